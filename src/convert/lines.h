@@ -1,0 +1,87 @@
+// Row kernels of the conversions and the one walker that drives them.
+//
+// A line kernel converts one line (source pointer, destination pointer,
+// width) and tells the walker how far each pointer moves over the line and
+// what gap follows it.  The walker owns strides, gaps and the buffer bounds.
+#pragma once
+
+#include <cstdint>
+#include <type_traits>
+
+#include "buffer/buffer_query.h"
+#include "buffer/line_step.h"
+#include "convert/readers.h"
+#include "convert/writers.h"
+
+namespace qvi::convert {
+
+// One pixel read, one pixel written.
+template <class R, class W>
+struct PixelLine {
+  static uint64_t SrcAdvance(uint32_t w) { return uint64_t{w} * R::kBytes; }
+  static uint64_t DstAdvance(uint32_t w) { return uint64_t{w} * W::kBytes; }
+  static uint32_t SrcGap(uint32_t stride, uint32_t w) {
+    return buffer::LineGap(stride, w * R::kBytes, buffer::GapRounding(R::kBytes));
+  }
+  static uint32_t DstGap(uint32_t stride, uint32_t w) {
+    return buffer::LineGap(stride, w * W::kBytes, buffer::GapRounding(W::kBytes));
+  }
+  static void Row(const uint8_t* s, uint8_t* d, uint32_t w) {
+    for (uint32_t x = 0; x < w; ++x, s += R::kBytes, d += W::kBytes) W::Put(d, R::Get(s));
+  }
+};
+
+// Two pixels per step (packed sources).  Pairs are produced while the pixel
+// counter is below the width, so an odd width writes one pixel more than w;
+// the gaps are those of w pixels all the same, so such lines drift.
+template <class R, class W>
+struct PairLine {
+  static uint64_t Pairs(uint32_t w) { return (uint64_t{w} + 1) / 2; }
+  static uint64_t SrcAdvance(uint32_t w) { return Pairs(w) * R::kStepBytes; }
+  static uint64_t DstAdvance(uint32_t w) { return Pairs(w) * 2 * W::kBytes; }
+  static uint32_t SrcGap(uint32_t stride, uint32_t w) {
+    return buffer::LineGap(stride, R::LineBytes(w), R::kGapRounding);
+  }
+  static uint32_t DstGap(uint32_t stride, uint32_t w) {
+    return buffer::LineGap(stride, w * W::kBytes, buffer::GapRounding(W::kBytes));
+  }
+  static void Row(const uint8_t* s, uint8_t* d, uint32_t w) {
+    for (uint32_t x = 0; x < w; x += 2, s += R::kStepBytes, d += 2 * W::kBytes) {
+      typename R::Pixel first, second;
+      R::Get2(s, &first, &second);
+      W::Put(d, first);
+      W::Put(d + W::kBytes, second);
+    }
+  }
+};
+
+template <class R, class W>
+using LineFor = std::conditional_t<R::kPixelsPerStep == 2, PairLine<R, W>, PixelLine<R, W>>;
+
+// The line kernel of a route: a reader and a writer, unless named below.
+template <Fmt S, Fmt D>
+struct RouteLine {
+  using type = LineFor<Reader<S>, Writer<D>>;
+};
+
+// Walks the h source lines, converting each with Line.  Before a line it
+// checks that the bytes the line reads and writes lie inside the source's and
+// destination's stride x height; the first line that does not stops the walk.
+template <class Line>
+void WalkLines(const buffer::ConversionPair& p) {
+  buffer::LineCursor src(p.src, p.src_stride, p.src_height);
+  buffer::LineCursor dst(p.dst, p.dst_stride, p.dst_height);
+  const uint32_t w = p.src_width;
+  const uint64_t src_line = Line::SrcAdvance(w);
+  const uint64_t dst_line = Line::DstAdvance(w);
+  const uint32_t src_gap = Line::SrcGap(p.src_stride, w);
+  const uint32_t dst_gap = Line::DstGap(p.dst_stride, w);
+  for (uint32_t y = 0; y < p.src_height; ++y) {
+    if (!src.Holds(src_line) || !dst.Holds(dst_line)) return;
+    Line::Row(src.Here(), dst.Here(), w);
+    src.Advance(src_line, src_gap);
+    dst.Advance(dst_line, dst_gap);
+  }
+}
+
+}  // namespace qvi::convert

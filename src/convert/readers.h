@@ -1,0 +1,51 @@
+// Source formats: bytes to pixel values.  A reader gives one pixel per step,
+// or, for the packed formats, two pixels per step (kPixelsPerStep == 2).
+#pragma once
+
+#include <cstdint>
+
+#include "buffer/formats.h"
+#include "buffer/memory.h"
+#include "convert/pixels.h"
+
+namespace qvi::convert {
+
+template <Fmt F>
+struct Reader;
+
+template <>
+struct Reader<Fmt::Y8> {
+  static constexpr uint32_t kPixelsPerStep = 1;
+  static constexpr uint32_t kBytes = 1;
+  static Grey8 Get(const uint8_t* s) { return {s[0]}; }
+};
+
+template <uint32_t N>
+struct DeepGreyReader {
+  static constexpr uint32_t kPixelsPerStep = 1;
+  static constexpr uint32_t kBytes = 2;
+  static DeepGrey<N> Get(const uint8_t* s) { return {Load16(s)}; }
+};
+
+template <> struct Reader<Fmt::Y10> : DeepGreyReader<10> {};
+template <> struct Reader<Fmt::Y12> : DeepGreyReader<12> {};
+template <> struct Reader<Fmt::Y12_ALT> : DeepGreyReader<12> {};  // a second code for 12-bit grey
+template <> struct Reader<Fmt::Y14> : DeepGreyReader<14> {};
+template <> struct Reader<Fmt::Y16> : DeepGreyReader<16> {};
+
+// Two 12-bit pixels in three bytes b0 b1 b2; each contributes its top 8 bits.
+template <>
+struct Reader<Fmt::Y12P> {
+  using Pixel = Grey8;
+  static constexpr uint32_t kPixelsPerStep = 2;
+  static constexpr uint32_t kStepBytes = 3;
+  // The source gap is stride - 3w/2 (integer division), not rounded.
+  static constexpr uint32_t LineBytes(uint32_t w) { return 3 * w / 2; }
+  static constexpr uint32_t kGapRounding = 1;
+  static void Get2(const uint8_t* s, Grey8* first, Grey8* second) {
+    *first = {s[0]};
+    *second = {((s[1] & 0x0Fu) << 4) + (s[2] >> 4)};
+  }
+};
+
+}  // namespace qvi::convert
