@@ -218,6 +218,24 @@ Status QVB_BufferParameterGet(BufferHandle buffer, BufferParameter id, void* out
  */
 QVI_API Status QVI_Convert(BufferHandle source, BufferHandle destination);
 
+/* ------------------------------------------------------------------------ */
+/* Demosaicing                                                              */
+/* ------------------------------------------------------------------------ */
+
+/* (entry points of the demosaic family follow) */
+
+/* ------------------------------------------------------------------------ */
+/* Field to frame                                                           */
+/* ------------------------------------------------------------------------ */
+
+/* (de-interlacing functions follow) */
+
+/* ------------------------------------------------------------------------ */
+/* File output                                                              */
+/* ------------------------------------------------------------------------ */
+
+/* (file writers follow) */
+
 #ifdef __cplusplus
 } /* extern "C" */
 #endif
