@@ -1,0 +1,20 @@
+#!/usr/bin/env bash
+# Installs a build into a scratch prefix and builds the consumer project in
+# examples/consumer against it, once with CMake (find_package) and once with
+# make and pkg-config.  Usage: scripts/check-install.sh [preset]
+set -euo pipefail
+cd "$(dirname "$0")/.."
+preset="${1:-ci}"
+prefix="$(mktemp -d)"
+work="$(mktemp -d)"
+trap 'rm -rf "$prefix" "$work"' EXIT
+
+cmake --install "build/$preset" --prefix "$prefix" >/dev/null
+cmake -S examples/consumer -B "$work/cmake" -DCMAKE_PREFIX_PATH="$prefix" >/dev/null
+cmake --build "$work/cmake" >/dev/null
+"$work/cmake/qvi_consumer"
+
+cp examples/consumer/main.c examples/consumer/Makefile "$work/"
+PKG_CONFIG_PATH="$prefix/lib/pkgconfig" make -s -C "$work" qvi_consumer_make
+LD_LIBRARY_PATH="$prefix/lib" "$work/qvi_consumer_make"
+echo "installed package: CMake and pkg-config consumers built and ran"
