@@ -48,4 +48,39 @@ struct Reader<Fmt::Y12P> {
   }
 };
 
+// Colour sources.
+
+template <>
+struct Reader<Fmt::BGR24> {
+  static constexpr uint32_t kPixelsPerStep = 1;
+  static constexpr uint32_t kBytes = 3;
+  static Colour8 Get(const uint8_t* s) { return {{s[2], s[1], s[0]}}; }
+};
+
+// FMT_BGRX32 (only into FMT_BGR24) takes its bytes B, G, R as R, G, B, so the
+// three bytes land in reverse order and a round trip swaps red and blue.
+struct ReversedBgrx32Reader {
+  static constexpr uint32_t kPixelsPerStep = 1;
+  static constexpr uint32_t kBytes = 4;
+  static Colour8 Get(const uint8_t* s) { return {{s[0], s[1], s[2]}}; }
+};
+template <> struct Reader<Fmt::BGRX32> : ReversedBgrx32Reader {};
+
+// Words B, G, R of N significant bits.
+template <uint32_t N>
+struct Deep3Reader {
+  static constexpr uint32_t kPixelsPerStep = 1;
+  static constexpr uint32_t kBytes = 6;
+  static Deep3<N> Get(const uint8_t* s) { return {Load16(s + 4), Load16(s + 2), Load16(s)}; }
+};
+template <> struct Reader<Fmt::BGR48> : Deep3Reader<16> {};
+template <> struct Reader<Fmt::BGR36> : Deep3Reader<12> {};
+
+template <>
+struct Reader<Fmt::RGB30> {
+  static constexpr uint32_t kPixelsPerStep = 1;
+  static constexpr uint32_t kBytes = 4;
+  static Rgb30Word Get(const uint8_t* s) { return {Load32(s)}; }
+};
+
 }  // namespace qvi::convert
