@@ -217,6 +217,11 @@ Status QVB_BufferParameterGet(BufferHandle buffer, BufferParameter id, void* out
  *              outside the source's stride x height, the last pixel takes
  *              green and blue from its own word.
  *   FMT_YUV422 -> the four X formats, FMT_BGR24, FMT_RGB24.
+ *              Each four bytes Y0, U, Y1, V give two pixels; with u = U - 128
+ *              and v = V - 128, each pixel's B = Y + floor(1815 u / 1024),
+ *              G = Y - floor((352 u + 731 v) / 1024) and R = Y +
+ *              floor(1436 v / 1024), each clamped to 0..255.  X bytes keep
+ *              what the destination held.
  *   Bayer sources are handed to the demosaic entry points.
  *
  * Same-format copies FMT_Y8 -> FMT_Y8 and FMT_Y16 -> FMT_Y16: when both

@@ -1,5 +1,5 @@
-// Colour lines: which bytes keep their canary, and which word each
-// RGB30 -> RGB48 pixel takes its fields from.
+// Colour lines: which bytes keep their canary, how odd-width YUV422 lines
+// drift, and which word each RGB30 -> RGB48 pixel takes its fields from.
 #include <gtest/gtest.h>
 
 #include "buffer/formats.h"
@@ -17,7 +17,7 @@ class ColourWalk : public ::testing::Test {
 // colour bytes of each pixel change; X bytes and padding keep their canary.
 TEST_F(ColourWalk, XBytesAndPaddingAreNeverWritten) {
   int routes = 0;
-  for (Fmt s : {Fmt::BGR24, Fmt::BGRX32, Fmt::BGR48, Fmt::BGR36, Fmt::RGB30}) {
+  for (Fmt s : {Fmt::BGR24, Fmt::BGRX32, Fmt::BGR48, Fmt::BGR36, Fmt::RGB30, Fmt::YUV422}) {
     for (uint32_t d = 1; d < 0x20; ++d) {
       const Fmt f = LowByte(d);
       const uint32_t bytes = BytesPerPixel(f), line = 4 * bytes;
@@ -33,7 +33,24 @@ TEST_F(ColourWalk, XBytesAndPaddingAreNeverWritten) {
       }
     }
   }
-  EXPECT_EQ(routes, 57);
+  EXPECT_EQ(routes, 63);
+}
+
+// Odd widths write one pixel more; the source gap (stride - 2w) is rounded
+// down to even, so line 1 is read from byte 10, not 9.
+TEST_F(ColourWalk, OddWidthYuvWritesAnExtraPixelAndDrifts) {
+  TestImage src(FMT_YUV422, 3, 2, 9);
+  const uint8_t pairs[] = {0x10, 128, 0x20, 128, 0x30, 128, 0x40, 128, 0xEE, 0xEE,
+                           0x50, 128, 0x60, 128, 0x70, 128, 0x80, 128};
+  std::copy(std::begin(pairs), std::end(pairs), src.data());
+  TestImage dst(FMT_BGR24, 3, 3, 12);  // writes 12 bytes a line, gap 12 - 9
+  ASSERT_EQ(QVI_Convert(src.handle(), dst.handle()), STATUS_OK);
+  std::vector<uint8_t> expected(36, kCanary);
+  for (int i = 0; i < 12; ++i) {
+    expected[i] = uint8_t(0x10 + 0x10 * (i / 3));       // four pixels, not three
+    expected[15 + i] = uint8_t(0x50 + 0x10 * (i / 3));  // grey pixels Y0, Y1, ...
+  }
+  EXPECT_EQ(dst.bytes(), expected);
 }
 
 // RGB30 -> RGB48: red from the pixel's own word, green and blue from the

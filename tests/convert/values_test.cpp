@@ -38,7 +38,7 @@ struct Case {
 
 void ExpectBytes(const std::vector<Case>& cases) {
   for (const Case& c : cases) {
-    const uint32_t width = c.src_format == FMT_Y12P ? 2 : 1;
+    const uint32_t width = c.src_format == FMT_Y12P || c.src_format == FMT_YUV422 ? 2 : 1;
     const auto src_bytes = static_cast<uint32_t>(c.src_pixel.size());
     const auto dst_bytes = static_cast<uint32_t>(c.expected.size());
     TestImage src(c.src_format, width, 1, src_bytes);
@@ -133,6 +133,11 @@ TEST_F(Values, ColourPixelGivesExactlyTheseBytes) {
       {FMT_RGB30, kRgb30, FMT_BGR48, Le16({0x07F, 0x27B, 0x38F})},  // 10-bit, unscaled
       {FMT_RGB30, kRgb30, FMT_RGB30, kRgb30},
       {FMT_RGB30, kRgb30, FMT_BGR30, Le32(0x1FE7BF8F)},
+      // YUV422 pairs: floored chroma products, clamped channels.
+      {FMT_YUV422, {128, 128, 128, 128}, FMT_BGR24, {128, 128, 128, 128, 128, 128}},
+      {FMT_YUV422, {255, 128, 0, 255}, FMT_RGB24, {255, 165, 255, 178, 0, 0}},
+      {FMT_YUV422, {100, 127, 100, 127}, FMT_XBGR32, {X, 98, 102, 98, X, 98, 102, 98}},
+      {FMT_YUV422, {50, 228, 60, 128}, FMT_BGR24, {227, 16, 50, 237, 26, 60}},
   });
 }
 
