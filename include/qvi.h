@@ -191,7 +191,37 @@ Status QVB_BufferParameterGet(BufferHandle buffer, BufferParameter id, void* out
  *   FMT_BGR24, FMT_BGR48, FMT_BGR36, FMT_RGB30 -> FMT_RGB15, FMT_BGR15,
  *              FMT_RGB16, FMT_BGR16, the four X formats, FMT_BGR24,
  *              FMT_RGB24, FMT_BGR48, FMT_RGB48, FMT_RGB30, FMT_BGR30.
+ *              From 8-bit values R, G, B: FMT_RGB16 gets ((R & 0xF8) << 8) +
+ *              ((G & 0xFC) << 3) + (B >> 3), FMT_RGB15 ((R & 0xF8) << 7) +
+ *              ((G & 0xF8) << 2) + (B >> 3), FMT_BGR16 and FMT_BGR15 the
+ *              same with R and B exchanged; bytes go in the format's order
+ *              and the X byte keeps what the destination held; 48-bit
+ *              words are unscaled; FMT_RGB30 gets B + (G << 10) + (R << 22)
+ *              and FMT_BGR30 R + (G << 10) + (B << 22).
+ *              FMT_BGR48 (n = 16) and FMT_BGR36 (n = 12): 8-bit values are
+ *              word >> (n - 8); 48-bit outputs get the words in their own
+ *              order, FMT_BGR36 shifted left by 4; FMT_RGB30 gets
+ *              (B >> (n - 10)) + ((G != 0) << (22 - n)) + ((R != 0) <<
+ *              (32 - n)), FMT_BGR30 the same with R and B exchanged: the
+ *              upper two fields carry a single bit, never a value.
+ *              FMT_RGB30 is read as B in bits 0-9, G in bits 12-21 and R in
+ *              bits 22-31 (bits 10-11 ignored), which is not the layout it is
+ *              written with.  8-bit values are the top 8 bits of each field;
+ *              the 15- and 16-bit outputs take their top bits in their own
+ *              layout; FMT_BGR48 gets the 10-bit fields unscaled; FMT_RGB30
+ *              copies the word and FMT_BGR30 gets (x >> 22) + (x & 0x3FFC00)
+ *              + (x << 22).  FMT_RGB48 takes red from each pixel's own word
+ *              but green and blue from the next word, so a line's last pixel
+ *              reads the word after the line (its padding, or the next line's
+ *              first pixel when the stride is 4 x width); where that word lies
+ *              outside the source's stride x height, the last pixel takes
+ *              green and blue from its own word.
  *   FMT_YUV422 -> the four X formats, FMT_BGR24, FMT_RGB24.
+ *              Each four bytes Y0, U, Y1, V give two pixels; with u = U - 128
+ *              and v = V - 128, each pixel's B = Y + floor(1815 u / 1024),
+ *              G = Y - floor((352 u + 731 v) / 1024) and R = Y +
+ *              floor(1436 v / 1024), each clamped to 0..255.  X bytes keep
+ *              what the destination held.
  *   Bayer sources are handed to the demosaic entry points.
  *
  * Same-format copies FMT_Y8 -> FMT_Y8 and FMT_Y16 -> FMT_Y16: when both
@@ -210,8 +240,9 @@ Status QVB_BufferParameterGet(BufferHandle buffer, BufferParameter id, void* out
  * buffer's stride x height bytes.
  *
  * Samples wider than their bit depth keep the low 8 bits of the reduced value
- * before packing.  A zero width or height writes nothing and returns
- * STATUS_OK.
+ * before packing; the 48-bit and 30-bit formulas take such words as they are
+ * (keeping the low 16 or 32 bits of the result).  A zero width or height
+ * writes nothing and returns STATUS_OK.
  *
  * Returns STATUS_OK, STATUS_BAD_BAYER_MODE, STATUS_BAD_BUFFER or
  * STATUS_BAD_PARAMETER.

@@ -64,9 +64,44 @@ struct RouteLine {
   using type = LineFor<Reader<S>, Writer<D>>;
 };
 
+// FMT_RGB30 into FMT_RGB48 mixes neighbouring words: pixel j keeps the red of
+// its own word but takes green and blue from word j + 1, so the last pixel of
+// a line reads the word after the line (its padding, or the next line's first
+// pixel).  Each line starts afresh with its own first word.
+struct GreenBlueFromNextWordLine : PixelLine<Reader<Fmt::RGB30>, Writer<Fmt::RGB48>> {
+  // Bytes read after the line's last pixel.
+  static constexpr uint64_t kReadsPastLine = 4;
+  // `next_word_in_source` is false when the word after the line lies outside
+  // the source buffer; the last pixel then takes green and blue from its own
+  // word rather than read outside the buffer.
+  static void Row(const uint8_t* s, uint8_t* d, uint32_t w, bool next_word_in_source) {
+    if (w == 0) return;
+    for (uint32_t x = 0; x + 1 < w; ++x, s += 4, d += 6) Put(d, s, s + 4);
+    Put(d, s, next_word_in_source ? s + 4 : s);
+  }
+
+ private:
+  static void Put(uint8_t* d, const uint8_t* own, const uint8_t* next) {
+    const Words48 r = Reader<Fmt::RGB30>::Get(own).words48();
+    const Words48 gb = Reader<Fmt::RGB30>::Get(next).words48();
+    Writer<Fmt::RGB48>::Put3(d, {gb.b, gb.g, r.r});
+  }
+};
+
+template <>
+struct RouteLine<Fmt::RGB30, Fmt::RGB48> {
+  using type = GreenBlueFromNextWordLine;
+};
+
+// A line kernel that reads beyond its line's pixels says how far.
+template <class Line>
+concept ReadsPastLine = requires { Line::kReadsPastLine; };
+
 // Walks the h source lines, converting each with Line.  Before a line it
-// checks that the bytes the line reads and writes lie inside the source's and
+// checks that the bytes of the line's pixels lie inside the source's and
 // destination's stride x height; the first line that does not stops the walk.
+// A kernel that reads past its line is told whether those bytes lie inside
+// the source too; they do not stop the walk.
 template <class Line>
 void WalkLines(const buffer::ConversionPair& p) {
   buffer::LineCursor src(p.src, p.src_stride, p.src_height);
@@ -78,7 +113,11 @@ void WalkLines(const buffer::ConversionPair& p) {
   const uint32_t dst_gap = Line::DstGap(p.dst_stride, w);
   for (uint32_t y = 0; y < p.src_height; ++y) {
     if (!src.Holds(src_line) || !dst.Holds(dst_line)) return;
-    Line::Row(src.Here(), dst.Here(), w);
+    if constexpr (ReadsPastLine<Line>) {
+      Line::Row(src.Here(), dst.Here(), w, src.Holds(src_line + Line::kReadsPastLine));
+    } else {
+      Line::Row(src.Here(), dst.Here(), w);
+    }
     src.Advance(src_line, src_gap);
     dst.Advance(dst_line, dst_gap);
   }

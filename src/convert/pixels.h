@@ -64,19 +64,24 @@ struct DeepGrey {
 };
 
 // Deep colour: three N-bit words (FMT_BGR48 with N = 16, FMT_BGR36 with 12).
+// Words wider than N bits are taken as they are: the 8-bit views keep the low
+// 8 bits of the reduced value, the 48-bit view the low 16 bits.
 template <uint32_t N>
 struct Deep3 {
+  static_assert(N == 12 || N == 16);
   static constexpr bool kGrey = false;
   uint32_t r, g, b;
   static uint32_t To8(uint32_t w) { return (w >> (N - 8)) & 0xFFu; }
   static uint32_t To16(uint32_t w) { return (w << (16 - N)) & 0xFFFFu; }
+  // An upper 30-bit field gets a single presence bit, never its word's value.
+  static uint32_t PresenceBit(uint32_t w, uint32_t bit) { return uint32_t{w != 0} << bit; }
   Rgb8 rgb8() const { return {To8(r), To8(g), To8(b)}; }
-  // 48-bit destinations receive the words scaled to 16 bits.
+  // 48-bit destinations receive the words scaled to 16 bits (unlike 8-bit
+  // sources, which go in unscaled).
   Words48 words48() const { return {To16(b), To16(g), To16(r)}; }
-  // Only the low field carries a value; each upper field gets a single bit
-  // when its word is non-zero.
-  uint32_t rgb30() const { return (b >> (N - 10)) + (uint32_t{g != 0} << (22 - N)) + (uint32_t{r != 0} << (32 - N)); }
-  uint32_t bgr30() const { return (r >> (N - 10)) + (uint32_t{g != 0} << (22 - N)) + (uint32_t{b != 0} << (32 - N)); }
+  // Only the low field carries a colour value.
+  uint32_t rgb30() const { return (b >> (N - 10)) + PresenceBit(g, 22 - N) + PresenceBit(r, 32 - N); }
+  uint32_t bgr30() const { return (r >> (N - 10)) + PresenceBit(g, 22 - N) + PresenceBit(b, 32 - N); }
 };
 
 // A FMT_RGB30 word, read with its own field layout: blue in bits 0-9, green in

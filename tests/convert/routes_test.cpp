@@ -57,10 +57,10 @@ TEST_F(Routes, EveryPixelAndCopyRouteConverts) {
     if (kind == Kind::Bayer) continue;
     Pair p(kFormatFamily + (key >> 8), kFormatFamily + (key & 0xFF));
     EXPECT_EQ(QVI_Convert(p.src.handle(), p.dst.handle()), STATUS_OK) << std::hex << key;
-    EXPECT_NE(p.dst.bytes()[0], kCanary) << std::hex << key;
+    EXPECT_FALSE(AllBytesAre(p.dst.bytes(), kCanary)) << std::hex << key;  // byte 0 may be an X byte
     ++converted;
   }
-  EXPECT_GE(converted, 115u);
+  EXPECT_GE(converted, 178u);
 }
 
 TEST_F(Routes, OnlyTheLowBytesOfTheCodesFormTheKey) {
