@@ -234,7 +234,30 @@ QVI_API Status QVI_Convert(BufferHandle source, BufferHandle destination);
 /* File output                                                              */
 /* ------------------------------------------------------------------------ */
 
-/* (file writers follow) */
+/*
+ * Byte-order writers.  Each puts an unsigned value on `stream` with putc, one
+ * call per byte, in a fixed order: the "i" writers little-endian (low byte
+ * first), the "m" writers big-endian (high byte first).  Only the low 8 bits
+ * of the value count for QVI_fput_ui8 and the low 16 bits for the 16-bit
+ * writers; wider values are silently cut.
+ *
+ * Each returns the result of the putc of the LAST byte only: that byte as a
+ * value from 0 to 255 (0xFF gives 255, not EOF), or EOF if that last putc
+ * failed.  A failed earlier byte of the same value is not reported.  The
+ * writers neither check, flush, seek nor close the stream; `stream` must be a
+ * valid stream open for writing.
+ *
+ *   QVI_fput_ui8    bits 0-7
+ *   QVI_fput_ui16i  bits 0-7, 8-15
+ *   QVI_fput_ui32i  bits 0-7, 8-15, 16-23, 24-31
+ *   QVI_fput_ui16m  bits 8-15, 0-7
+ *   QVI_fput_ui32m  bits 24-31, 16-23, 8-15, 0-7
+ */
+QVI_API int QVI_fput_ui8(FILE* stream, uint32_t value);
+QVI_API int QVI_fput_ui16i(FILE* stream, uint32_t value);
+QVI_API int QVI_fput_ui32i(FILE* stream, uint32_t value);
+QVI_API int QVI_fput_ui16m(FILE* stream, uint32_t value);
+QVI_API int QVI_fput_ui32m(FILE* stream, uint32_t value);
 
 #ifdef __cplusplus
 } /* extern "C" */
