@@ -259,6 +259,98 @@ QVI_API int QVI_fput_ui32i(FILE* stream, uint32_t value);
 QVI_API int QVI_fput_ui16m(FILE* stream, uint32_t value);
 QVI_API int QVI_fput_ui32m(FILE* stream, uint32_t value);
 
+/*
+ * Rules shared by QVI_FileWrite and QVI_FileWriteTiff:
+ *
+ *  - The buffer is only read; its memory and parameters are never changed.
+ *    The only file touched is `path`, opened with fopen(path, "wb") (created,
+ *    or truncated if it exists) only after every check on the buffer has
+ *    passed; no file is created when a check fails.  A null `path` counts as
+ *    a file that cannot be opened.
+ *  - A failure to open `path` returns STATUS_OPEN_FAILED.  Failures are
+ *    reported by the status alone: the library's description of the failure
+ *    ("Failed to open file %20s for writing", "Unrecognised Image Format [%d]
+ *    in IFD" and the like) is formatted with a bounded formatter into a
+ *    128-byte local buffer and then dropped, so a path of any length is safe;
+ *    nothing is printed or logged.
+ *  - Once `path` is open the stream is always closed before the call
+ *    returns, on failure paths as well (a caller retrying failed writes never
+ *    runs out of streams).  A file that fails halfway stays on disk holding
+ *    exactly the bytes written up to the failure, as described below.
+ *  - Calls writing different paths may run at once; two calls writing the
+ *    same path race like any two writers of one file.
+ */
+
+/*
+ * QVI_FileWriteTiff - save `buffer` to `path` as a single-image, single-strip,
+ * uncompressed baseline TIFF file in big-endian ("MM") byte order.
+ *
+ * Asks, in this order and all before `path` is opened: the validity (0
+ * returns STATUS_BAD_BUFFER), the format (0 returns STATUS_BAD_BUFFER), the
+ * data address, the height, the width and the stride.  The whole 32-bit
+ * format code is compared; four codes are known:
+ *
+ *   FMT_Y8     BitsPerSample 8, SamplesPerPixel 1, PhotometricInterpretation 1
+ *              (black is zero); 13 directory entries.
+ *   FMT_BGR24  BitsPerSample 8,8,8, SamplesPerPixel 3,
+ *   FMT_RGB24  PhotometricInterpretation 2 (RGB), PlanarConfiguration 1;
+ *              14 entries.  Both codes take the same path: the three bytes of
+ *              each pixel go to the file last byte first.  BGR24 memory is thus
+ *              stored as red, green, blue; RGB24 memory is deliberately stored
+ *              as blue, green, red, so a reader sees red and blue exchanged.
+ *   FMT_Y16    deliberately never completed: the header and the directory up
+ *              to and including the StripByteCounts value (130 bytes) are
+ *              written, then the call returns STATUS_BAD_BUFFER.
+ *
+ * Layout (every multi-byte value big-endian): the 8-byte header "MM", 42, 8;
+ * at offset 8 the entry count and the entries NewSubfileType 0, ImageWidth,
+ * ImageLength, BitsPerSample, Compression 1 (none),
+ * PhotometricInterpretation, StripOffsets, SamplesPerPixel, RowsPerStrip =
+ * height, StripByteCounts = width x height x samples (modulo 2^32),
+ * XResolution and YResolution 300/1, [PlanarConfiguration 1,] ResolutionUnit
+ * 1 (none), then a next-directory offset of 0.  ImageWidth and ImageLength
+ * are deliberately SHORT values holding only the low 16 bits of width and
+ * height (a width of 70000 is stored as 4464), while RowsPerStrip and
+ * StripByteCounts carry all 32 bits.  After the directory come (colour only)
+ * the BitsPerSample array, the two resolutions and the pixels: a grey file is
+ * 186 + width x height bytes with its pixels at offset 186, a colour file
+ * 204 + 3 x width x height bytes with its pixels at offset 204.  Offsets of
+ * these blocks are written as 0 and patched once each block's place is known
+ * (ftell, fseek).
+ *
+ * Pixels are taken line by line from the data address, width pixels a line,
+ * the next line starting stride bytes after the previous one (the step is
+ * stride minus the line's bytes modulo 2^32, so a stride smaller than a line
+ * makes lines overlap).  They are handed to the stream in blocks of up to
+ * 24 KiB built on the stack; the file holds the same bytes as writing them
+ * one at a time would.
+ *
+ * Safety limit of this implementation: the buffer is taken to span
+ * stride x height bytes from its address (nothing if the address is 0).
+ * Pixels are read only inside that span: from the first line that would not
+ * fit (a stride smaller than a line, or no memory at all) to the end of the
+ * strip, zero bytes are written instead, so the file keeps the size and
+ * layout its directory announces.  A width or height of 0 writes no pixels.
+ *
+ * Returns:
+ *   STATUS_OK           the file is complete;
+ *   STATUS_BAD_BUFFER   invalid handle or format 0 (no file created); FMT_Y16
+ *                       (130 bytes written, see above); or ftell could not tell
+ *                       the position (`path` is not seekable, such as a pipe):
+ *                       the file keeps the bytes written before the first
+ *                       position was asked (the directory up to the count of
+ *                       StripOffsets for grey, of BitsPerSample for colour);
+ *   STATUS_OPEN_FAILED  `path` cannot be opened for writing;
+ *   STATUS_BAD_FORMAT   the format is none of the four codes; the file keeps
+ *                       the 8 header bytes;
+ *   STATUS_CLOSE_FAILED the file could not be completed: fclose failed, or a
+ *                       write on the way failed (a full disk).  Writes are not
+ *                       checked one by one; the stream's error indicator is
+ *                       read when the file is closed, so every write error
+ *                       surfaces here.
+ */
+QVI_API Status QVI_FileWriteTiff(BufferHandle buffer, const char* path);
+
 #ifdef __cplusplus
 } /* extern "C" */
 #endif
