@@ -259,6 +259,11 @@ QVI_API int QVI_fput_ui32i(FILE* stream, uint32_t value);
 QVI_API int QVI_fput_ui16m(FILE* stream, uint32_t value);
 QVI_API int QVI_fput_ui32m(FILE* stream, uint32_t value);
 
+/* The kind of file QVI_FileWrite produces. */
+typedef uint32_t FileKind;
+#define FILE_KIND_RAW UINT32_C(2)  /* the buffer's lines as they are in memory */
+#define FILE_KIND_TIFF UINT32_C(3) /* a TIFF file, see QVI_FileWriteTiff */
+
 /*
  * Rules shared by QVI_FileWrite and QVI_FileWriteTiff:
  *
@@ -280,6 +285,41 @@ QVI_API int QVI_fput_ui32m(FILE* stream, uint32_t value);
  *  - Calls writing different paths may run at once; two calls writing the
  *    same path race like any two writers of one file.
  */
+
+/*
+ * QVI_FileWrite - save `buffer` to `path` as a raw dump (FILE_KIND_RAW) or a
+ * TIFF file (FILE_KIND_TIFF).
+ *
+ * In this order:
+ *  1. the validity of `buffer` is asked; an invalid handle returns
+ *     STATUS_BAD_BUFFER whatever `kind` is;
+ *  2. FILE_KIND_TIFF returns what QVI_FileWriteTiff(buffer, path) returns
+ *     (that call asks the validity again);
+ *  3. any other kind but FILE_KIND_RAW returns STATUS_BAD_PARAMETER;
+ *  4. raw: the data address is asked (0 returns STATUS_BAD_BUFFER), then the
+ *     height and the stride.  Width and format are never asked.
+ *
+ * The raw file has no header: it holds height x stride bytes from the data
+ * address (the product taken modulo 2^32), that is every line including the
+ * padding after its pixels, written with one fwrite.  A height or stride of 0
+ * gives an empty file.
+ *
+ * Returns:
+ *   on success            the status the buffer library returned for the
+ *                         stride query, deliberately passed on as it is
+ *                         (STATUS_OK from a library that answered normally);
+ *   STATUS_BAD_BUFFER     invalid handle, or a raw dump of a buffer without
+ *                         memory (no file created);
+ *   STATUS_BAD_PARAMETER  kind is neither FILE_KIND_RAW nor FILE_KIND_TIFF (no
+ *                         file created);
+ *   STATUS_OPEN_FAILED    `path` cannot be opened for writing;
+ *   STATUS_WRITE_FAILED   fwrite took fewer bytes than asked; the stream is
+ *                         closed and the partial file stays;
+ *   STATUS_CLOSE_FAILED   fclose failed (typically when buffered bytes could
+ *                         not be written); whatever reached the disk stays;
+ *   for FILE_KIND_TIFF, any status of QVI_FileWriteTiff.
+ */
+QVI_API Status QVI_FileWrite(BufferHandle buffer, const char* path, FileKind kind);
 
 /*
  * QVI_FileWriteTiff - save `buffer` to `path` as a single-image, single-strip,
