@@ -265,7 +265,162 @@ QVI_API Status QVI_Convert(BufferHandle source, BufferHandle destination);
 /* File output                                                              */
 /* ------------------------------------------------------------------------ */
 
-/* (file writers follow) */
+/*
+ * Byte-order writers.  Each puts an unsigned value on `stream` with putc, one
+ * call per byte, in a fixed order: the "i" writers little-endian (low byte
+ * first), the "m" writers big-endian (high byte first).  Only the low 8 bits
+ * of the value count for QVI_fput_ui8 and the low 16 bits for the 16-bit
+ * writers; wider values are silently cut.
+ *
+ * Each returns the result of the putc of the LAST byte only: that byte as a
+ * value from 0 to 255 (0xFF gives 255, not EOF), or EOF if that last putc
+ * failed.  A failed earlier byte of the same value is not reported.  The
+ * writers neither check, flush, seek nor close the stream; `stream` must be a
+ * valid stream open for writing.
+ *
+ *   QVI_fput_ui8    bits 0-7
+ *   QVI_fput_ui16i  bits 0-7, 8-15
+ *   QVI_fput_ui32i  bits 0-7, 8-15, 16-23, 24-31
+ *   QVI_fput_ui16m  bits 8-15, 0-7
+ *   QVI_fput_ui32m  bits 24-31, 16-23, 8-15, 0-7
+ */
+QVI_API int QVI_fput_ui8(FILE* stream, uint32_t value);
+QVI_API int QVI_fput_ui16i(FILE* stream, uint32_t value);
+QVI_API int QVI_fput_ui32i(FILE* stream, uint32_t value);
+QVI_API int QVI_fput_ui16m(FILE* stream, uint32_t value);
+QVI_API int QVI_fput_ui32m(FILE* stream, uint32_t value);
+
+/* The kind of file QVI_FileWrite produces. */
+typedef uint32_t FileKind;
+#define FILE_KIND_RAW UINT32_C(2)  /* the buffer's lines as they are in memory */
+#define FILE_KIND_TIFF UINT32_C(3) /* a TIFF file, see QVI_FileWriteTiff */
+
+/*
+ * Rules shared by QVI_FileWrite and QVI_FileWriteTiff:
+ *
+ *  - The buffer is only read; its memory and parameters are never changed.
+ *    The only file touched is `path`, opened with fopen(path, "wb") (created,
+ *    or truncated if it exists) only after every check on the buffer has
+ *    passed; no file is created when a check fails.  A null `path` counts as
+ *    a file that cannot be opened.
+ *  - A failure to open `path` returns STATUS_OPEN_FAILED.  Failures are
+ *    reported by the status alone: the library's description of the failure
+ *    ("Failed to open file %20s for writing", "Unrecognised Image Format [%d]
+ *    in IFD" and the like) is formatted with a bounded formatter into a
+ *    128-byte local buffer and then dropped, so a path of any length is safe;
+ *    nothing is printed or logged.
+ *  - Once `path` is open the stream is always closed before the call
+ *    returns, on failure paths as well (a caller retrying failed writes never
+ *    runs out of streams).  A file that fails halfway stays on disk holding
+ *    exactly the bytes written up to the failure, as described below.
+ *  - Calls writing different paths may run at once; two calls writing the
+ *    same path race like any two writers of one file.
+ */
+
+/*
+ * QVI_FileWrite - save `buffer` to `path` as a raw dump (FILE_KIND_RAW) or a
+ * TIFF file (FILE_KIND_TIFF).
+ *
+ * In this order:
+ *  1. the validity of `buffer` is asked; an invalid handle returns
+ *     STATUS_BAD_BUFFER whatever `kind` is;
+ *  2. FILE_KIND_TIFF returns what QVI_FileWriteTiff(buffer, path) returns
+ *     (that call asks the validity again);
+ *  3. any other kind but FILE_KIND_RAW returns STATUS_BAD_PARAMETER;
+ *  4. raw: the data address is asked (0 returns STATUS_BAD_BUFFER), then the
+ *     height and the stride.  Width and format are never asked.
+ *
+ * The raw file has no header: it holds height x stride bytes from the data
+ * address (the product taken modulo 2^32), that is every line including the
+ * padding after its pixels, written with one fwrite.  A height or stride of 0
+ * gives an empty file.
+ *
+ * Returns:
+ *   on success            the status the buffer library returned for the
+ *                         stride query, deliberately passed on as it is
+ *                         (STATUS_OK from a library that answered normally);
+ *   STATUS_BAD_BUFFER     invalid handle, or a raw dump of a buffer without
+ *                         memory (no file created);
+ *   STATUS_BAD_PARAMETER  kind is neither FILE_KIND_RAW nor FILE_KIND_TIFF (no
+ *                         file created);
+ *   STATUS_OPEN_FAILED    `path` cannot be opened for writing;
+ *   STATUS_WRITE_FAILED   fwrite took fewer bytes than asked; the stream is
+ *                         closed and the partial file stays;
+ *   STATUS_CLOSE_FAILED   fclose failed (typically when buffered bytes could
+ *                         not be written); whatever reached the disk stays;
+ *   for FILE_KIND_TIFF, any status of QVI_FileWriteTiff.
+ */
+QVI_API Status QVI_FileWrite(BufferHandle buffer, const char* path, FileKind kind);
+
+/*
+ * QVI_FileWriteTiff - save `buffer` to `path` as a single-image, single-strip,
+ * uncompressed baseline TIFF file in big-endian ("MM") byte order.
+ *
+ * Asks, in this order and all before `path` is opened: the validity (0
+ * returns STATUS_BAD_BUFFER), the format (0 returns STATUS_BAD_BUFFER), the
+ * data address, the height, the width and the stride.  The whole 32-bit
+ * format code is compared; four codes are known:
+ *
+ *   FMT_Y8     BitsPerSample 8, SamplesPerPixel 1, PhotometricInterpretation 1
+ *              (black is zero); 13 directory entries.
+ *   FMT_BGR24  BitsPerSample 8,8,8, SamplesPerPixel 3,
+ *   FMT_RGB24  PhotometricInterpretation 2 (RGB), PlanarConfiguration 1;
+ *              14 entries.  Both codes take the same path: the three bytes of
+ *              each pixel go to the file last byte first.  BGR24 memory is thus
+ *              stored as red, green, blue; RGB24 memory is deliberately stored
+ *              as blue, green, red, so a reader sees red and blue exchanged.
+ *   FMT_Y16    deliberately never completed: the header and the directory up
+ *              to and including the StripByteCounts value (130 bytes) are
+ *              written, then the call returns STATUS_BAD_BUFFER.
+ *
+ * Layout (every multi-byte value big-endian): the 8-byte header "MM", 42, 8;
+ * at offset 8 the entry count and the entries NewSubfileType 0, ImageWidth,
+ * ImageLength, BitsPerSample, Compression 1 (none),
+ * PhotometricInterpretation, StripOffsets, SamplesPerPixel, RowsPerStrip =
+ * height, StripByteCounts = width x height x samples (modulo 2^32),
+ * XResolution and YResolution 300/1, [PlanarConfiguration 1,] ResolutionUnit
+ * 1 (none), then a next-directory offset of 0.  ImageWidth and ImageLength
+ * are deliberately SHORT values holding only the low 16 bits of width and
+ * height (a width of 70000 is stored as 4464), while RowsPerStrip and
+ * StripByteCounts carry all 32 bits.  After the directory come (colour only)
+ * the BitsPerSample array, the two resolutions and the pixels: a grey file is
+ * 186 + width x height bytes with its pixels at offset 186, a colour file
+ * 204 + 3 x width x height bytes with its pixels at offset 204.  Offsets of
+ * these blocks are written as 0 and patched once each block's place is known
+ * (ftell, fseek).
+ *
+ * Pixels are taken line by line from the data address, width pixels a line,
+ * the next line starting stride bytes after the previous one (the step is
+ * stride minus the line's bytes modulo 2^32, so a stride smaller than a line
+ * makes lines overlap).  They are handed to the stream in blocks of up to
+ * 24 KiB built on the stack; the file holds the same bytes as writing them
+ * one at a time would.
+ *
+ * Safety limit of this implementation: the buffer is taken to span
+ * stride x height bytes from its address (nothing if the address is 0).
+ * Pixels are read only inside that span: from the first line that would not
+ * fit (a stride smaller than a line, or no memory at all) to the end of the
+ * strip, zero bytes are written instead, so the file keeps the size and
+ * layout its directory announces.  A width or height of 0 writes no pixels.
+ *
+ * Returns:
+ *   STATUS_OK           the file is complete;
+ *   STATUS_BAD_BUFFER   invalid handle or format 0 (no file created); FMT_Y16
+ *                       (130 bytes written, see above); or ftell could not tell
+ *                       the position (`path` is not seekable, such as a pipe):
+ *                       the file keeps the bytes written before the first
+ *                       position was asked (the directory up to the count of
+ *                       StripOffsets for grey, of BitsPerSample for colour);
+ *   STATUS_OPEN_FAILED  `path` cannot be opened for writing;
+ *   STATUS_BAD_FORMAT   the format is none of the four codes; the file keeps
+ *                       the 8 header bytes;
+ *   STATUS_CLOSE_FAILED the file could not be completed: fclose failed, or a
+ *                       write on the way failed (a full disk).  Writes are not
+ *                       checked one by one; the stream's error indicator is
+ *                       read when the file is closed, so every write error
+ *                       surfaces here.
+ */
+QVI_API Status QVI_FileWriteTiff(BufferHandle buffer, const char* path);
 
 #ifdef __cplusplus
 } /* extern "C" */
