@@ -228,7 +228,96 @@ QVI_API Status QVI_Convert(BufferHandle source, BufferHandle destination);
 /* Field to frame                                                           */
 /* ------------------------------------------------------------------------ */
 
-/* (de-interlacing functions follow) */
+/*
+ * De-interlacing: a field of H lines (every other line of an interlaced
+ * frame) becomes a frame of 2H lines in a second buffer.  The field's lines
+ * are copied into place and each missing line is made from the field lines
+ * above and below it: by repeating one (QVI_FieldToFrame_LineDup), by their
+ * byte-wise mean (QVI_FieldToFrame_LineAve), by a weighted mean of six bytes
+ * (QVI_FieldToFrame_Bilinear) or by the median of six bytes
+ * (QVI_FieldToFrame_Median).
+ *
+ * Geometry.  With S the field's stride, every frame line is S bytes and
+ * frame line k starts k x S bytes after the frame's address, whatever the
+ * frame's own stride: the frame's stride, width and height serve only the
+ * size check below, so a frame whose stride differs from the field's
+ * receives its lines at the field's spacing (pass a frame with the field's
+ * stride).  A frame of 2H lines is 2 x H x S bytes (the median on 4-byte
+ * formats writes fewer, see there); nothing before the frame's address is
+ * written.  Lines are copied and averaged whole, padding included.
+ *
+ * Line order, with L0 .. L(H-1) the field's lines and M(i) the missing line
+ * made from Li and Li+1:
+ *   FIELD_PARITY_ODD (0): the field gives frame lines 1, 3, .., 2H-1; the
+ *       frame is L0, then Li, M(i) for i = 0 .. H-2, then L(H-1).
+ *   any other value: the field gives frame lines 0, 2, .., 2H-2; the frame
+ *       is Li, M(i) for i = 0 .. H-2, then L(H-1) twice.
+ * A field of one line gives L0 twice with either parity.
+ *
+ * Checks of the four methods, in order; each failure returns
+ * STATUS_BAD_BUFFER with nothing written:
+ *   1. the field's validity, 0 fails.  The frame's validity is then asked for
+ *      but its answer is not looked at: the field's answer is tested a second
+ *      time in its place, so a method called directly accepts an invalid
+ *      frame handle (QVI_FieldToFrame refuses it before calling the method).
+ *   2. the field's address, then the frame's, are asked for; then either
+ *      being 0 fails.
+ *   3. bilinear and median only: the field's format is asked for.
+ *   4. both strides, both heights, both widths are asked for (field first).
+ *   5. 2 x field width x field height greater than frame stride x frame
+ *      height fails, products and comparison in unsigned 32-bit arithmetic.
+ *      The field's width in pixels enters this test, not its stride.
+ * Bilinear and median then return STATUS_BAD_PARAMETER for a format they do
+ * not take (0 included).  The line methods never ask for the format and
+ * never return STATUS_BAD_PARAMETER.
+ *
+ * Choices for input outside this contract:
+ *   - A field height of 0 passes the checks, writes nothing and returns
+ *     STATUS_OK.
+ *   - No byte outside frame address .. + frame stride x frame height is
+ *     written and no byte outside field address .. + S x H is read.  As the
+ *     size check counts the field's width, not its stride, a frame can pass
+ *     it and still be shorter than its 2H lines: the walk then stops before
+ *     the first frame line that would not fit (the lines before it are
+ *     written as usual) and the call returns STATUS_OK.
+ *   - Field and frame must not overlap; if they do, the values written are
+ *     unspecified but nothing outside the two buffers is touched.
+ */
+
+/* Methods of QVI_FieldToFrame. */
+typedef uint32_t FieldToFrameMethod;
+#define FIELD_TO_FRAME_LINE_DUP UINT32_C(0)  /* QVI_FieldToFrame_LineDup */
+#define FIELD_TO_FRAME_LINE_AVE UINT32_C(1)  /* QVI_FieldToFrame_LineAve */
+#define FIELD_TO_FRAME_BILINEAR UINT32_C(2)  /* QVI_FieldToFrame_Bilinear */
+#define FIELD_TO_FRAME_MEDIAN UINT32_C(3)    /* QVI_FieldToFrame_Median */
+
+/* Which frame lines the field supplies.  Every value other than 0 means the
+ * even lines. */
+typedef uint32_t FieldParity;
+#define FIELD_PARITY_ODD UINT32_C(0)   /* frame lines 1, 3, 5, .. */
+#define FIELD_PARITY_EVEN UINT32_C(1)  /* frame lines 0, 2, 4, .. */
+
+/*
+ * QVI_FieldToFrame_LineDup - each missing line repeats a field line: with
+ * FIELD_PARITY_ODD frame line 0 repeats L0 (the field line below it) and
+ * every later missing line the field line above it; with any other parity
+ * every missing line repeats the field line above it and the last frame line
+ * repeats L(H-1).  Every line is one block copy of S bytes.
+ *
+ * Returns STATUS_OK, or STATUS_BAD_BUFFER from the checks above.
+ */
+QVI_API Status QVI_FieldToFrame_LineDup(BufferHandle field, BufferHandle frame, FieldParity parity);
+
+/*
+ * QVI_FieldToFrame_LineAve - each missing line between two field lines is
+ * their mean byte by byte over all S bytes, (a + b) >> 1 truncated, padding
+ * included and whatever the pixel packing (a 16-bit or packed colour pixel
+ * is averaged as separate bytes).  The missing line in front (FIELD_PARITY_ODD)
+ * repeats L0, the one at the end (other parity) repeats L(H-1).
+ *
+ * Returns STATUS_OK, or STATUS_BAD_BUFFER from the checks above.
+ */
+QVI_API Status QVI_FieldToFrame_LineAve(BufferHandle field, BufferHandle frame, FieldParity parity);
 
 /* ------------------------------------------------------------------------ */
 /* File output                                                              */
