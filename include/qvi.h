@@ -319,6 +319,49 @@ QVI_API Status QVI_FieldToFrame_LineDup(BufferHandle field, BufferHandle frame, 
  */
 QVI_API Status QVI_FieldToFrame_LineAve(BufferHandle field, BufferHandle frame, FieldParity parity);
 
+/*
+ * QVI_FieldToFrame_Bilinear - each missing line between field lines Li and
+ * Li+1 is made byte by byte over its bytes: with a and b the bytes of Li and
+ * Li+1 at the same place and a-, a+, b-, b+ the bytes one step to the left
+ * and right (the step leads to the neighbour of the same kind), a byte is
+ *     ((a + b) x 105 + (a- + a+ + b- + b+) x 75) >> 9
+ * in 32-bit integer arithmetic, truncated.  The weights sum to 510, not 512,
+ * on purpose: an area of uniform value v comes out as (510 x v) >> 9, so 255
+ * becomes 254 and every value of 2 or more loses a little.  Edge bytes, which
+ * lack a neighbour on one side, are the vertical mean (a + b) >> 1.  The
+ * missing line in front (FIELD_PARITY_ODD) repeats L0, the one at the end
+ * (other parity) repeats L(H-1).
+ *
+ * Formats, by the field's full code, with their step and edge bytes:
+ *   FMT_Y8: step 1; the first and the last byte.
+ *   FMT_BGR24, FMT_RGB24: step 3; the first 3 and the last 3 bytes.
+ *   FMT_XBGR32, FMT_BGRX32, FMT_XRGB32, FMT_RGBX32: step 4; the first and
+ *       the last pixel.  A missing line holds whole pixels only: pixel 0, the
+ *       computed pixels 1 to (S - 8) >> 2 and one pixel of vertical means,
+ *       8 + 4 x ((S - 8) >> 2) bytes, which is S when S is a multiple of 4.
+ *   FMT_YUV422: step 2 for the even (luma) bytes and 4 for the odd (chroma)
+ *       bytes; bytes 0, 1 and 3 and the last 3 bytes.
+ * Any other code, including 0 and the other codes of the family, returns
+ * STATUS_BAD_PARAMETER after the checks above, with nothing written.
+ *
+ * Choices for input outside this contract:
+ *   - A line too short to hold a byte with neighbours on both sides (for
+ *     example a stride of 2 with FMT_Y8, or of 6 or less with FMT_BGR24) is
+ *     all vertical means.
+ *   - 4-byte formats with a stride that is not a multiple of 4: the last 1
+ *     to 3 bytes of each missing line are not written (they keep what the
+ *     frame held) and every frame line still starts k x S bytes from the
+ *     frame's address.  Below 8 bytes the same rule holds: a stride of 4 to 7
+ *     gives a missing line of one pixel of vertical means, a stride below 4
+ *     a missing line of nothing.
+ *   - FMT_YUV422 with an odd stride: besides the last 3 bytes, the chroma
+ *     byte S - 4, whose right neighbour would lie past the line, is a
+ *     vertical mean.
+ *
+ * Returns STATUS_OK, STATUS_BAD_BUFFER or STATUS_BAD_PARAMETER.
+ */
+QVI_API Status QVI_FieldToFrame_Bilinear(BufferHandle field, BufferHandle frame, FieldParity parity);
+
 /* ------------------------------------------------------------------------ */
 /* File output                                                              */
 /* ------------------------------------------------------------------------ */

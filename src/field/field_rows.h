@@ -6,6 +6,8 @@
 #include <cstdint>
 #include <cstring>
 
+#include "field/field_formats.h"
+
 namespace qvi::field {
 
 // The missing line repeats the field line above it.
@@ -25,6 +27,59 @@ inline void MeanRow(const uint8_t* a, const uint8_t* b, uint8_t* out, uint32_t n
     std::memcpy(out + i, &mean, 8);
   }
   for (; i < n; ++i) out[i] = static_cast<uint8_t>((a[i] + b[i]) >> 1);
+}
+
+inline uint8_t VerticalMean(const uint8_t* a, const uint8_t* b, uint32_t i) {
+  return static_cast<uint8_t>((a[i] + b[i]) >> 1);
+}
+
+// The bilinear weights: 105 for the bytes above and below, 75 for each of
+// their four same-kind neighbours, over 2^9.  They sum to 2 x 105 + 4 x 75 =
+// 510, not 512, so an area of uniform value v comes out as (510 x v) >> 9
+// (255 becomes 254).  Kept exactly.
+inline constexpr uint32_t kAboveBelowWeight = 105;
+inline constexpr uint32_t kNeighbourWeight = 75;
+inline constexpr uint32_t kWeightShift = 9;
+
+// Byte i of a missing line from bytes a, b and their neighbours `step` away.
+struct Bilinear {
+  static uint8_t At(const uint8_t* a, const uint8_t* b, uint32_t i, uint32_t step) {
+    const uint32_t centre = a[i] + b[i];
+    const uint32_t sides = a[i - step] + a[i + step] + b[i - step] + b[i + step];
+    return static_cast<uint8_t>((centre * kAboveBelowWeight + sides * kNeighbourWeight) >> kWeightShift);
+  }
+};
+
+// A missing line of n bytes of a format of the given shape: the layout's
+// edge bytes are vertical means, every other byte is Op over its same-kind
+// neighbours.  A line too short to have an interior is all vertical means.
+template <Shape S, class Op>
+void InterpolatedRow(const uint8_t* a, const uint8_t* b, uint8_t* out, uint32_t n) {
+  constexpr FieldLayout L = LayoutOf(S);
+  if (n <= uint32_t{L.lead} + L.tail) {
+    for (uint32_t i = 0; i < n; ++i) out[i] = VerticalMean(a, b, i);
+    return;
+  }
+  for (uint32_t i = 0; i < L.lead; ++i) out[i] = VerticalMean(a, b, i);
+  if constexpr (S == Shape::Yuv422) {
+    // n >= 6 here.  Byte 2 is luma; byte 3, chroma with no left neighbour,
+    // is a vertical mean.  On an odd-length line (outside the format) the
+    // chroma byte n - 4 would need a neighbour past the end: vertical too.
+    out[2] = Op::At(a, b, 2, L.even_step);
+    out[3] = VerticalMean(a, b, 3);
+    const uint32_t end = n - L.tail - (n & 1u);
+    uint32_t i = 4;
+    for (; i + 1 < end; i += 2) {
+      out[i] = Op::At(a, b, i, L.even_step);
+      out[i + 1] = Op::At(a, b, i + 1, L.odd_step);
+    }
+    if (i < end) out[i] = Op::At(a, b, i, L.even_step);
+    if ((n & 1u) != 0 && end > 4) out[end] = VerticalMean(a, b, end);
+  } else {
+    static_assert(L.even_step == L.odd_step && L.lead == L.even_step && L.tail == L.even_step);
+    for (uint32_t i = L.lead; i < n - L.tail; ++i) out[i] = Op::At(a, b, i, L.even_step);
+  }
+  for (uint32_t i = n - L.tail; i < n; ++i) out[i] = VerticalMean(a, b, i);
 }
 
 }  // namespace qvi::field

@@ -58,7 +58,7 @@ TEST_F(LineMethods, MatchTheModelInBothParities) {
           TestImage frame(FMT_Y8, s, 2 * h, s, 5);
           const auto run = m == Method::Dup ? QVI_FieldToFrame_LineDup : QVI_FieldToFrame_LineAve;
           ASSERT_EQ(run(field.handle(), frame.handle(), parity), STATUS_OK);
-          ASSERT_EQ(frame.bytes(), ModelFrame(m, parity, field.bytes(), s, h, frame.bytes().size()))
+          ASSERT_EQ(frame.bytes(), ModelFrame(m, FMT_Y8, parity, field.bytes(), s, h, frame.bytes().size()))
               << static_cast<int>(m) << " h " << h << " s " << s << " parity " << parity;
         }
       }
