@@ -362,6 +362,57 @@ QVI_API Status QVI_FieldToFrame_LineAve(BufferHandle field, BufferHandle frame, 
  */
 QVI_API Status QVI_FieldToFrame_Bilinear(BufferHandle field, BufferHandle frame, FieldParity parity);
 
+/*
+ * QVI_FieldToFrame_Median - as QVI_FieldToFrame_Bilinear (same formats,
+ * steps, edge bytes, line order and checks), but each byte of a missing line
+ * that is not an edge byte is QVS_median6(a-, a, a+, b-, b, b+) of the same
+ * six field bytes instead of their weighted mean.
+ *
+ * The 4-byte formats (FMT_XBGR32, FMT_BGRX32, FMT_XRGB32, FMT_RGBX32) follow
+ * a deliberately shorter count, kept as it always was: only
+ * n = max(0, ((S - 4) >> 2) - 4) pixels are computed.  Each missing line is
+ * pixel 0 (vertical means), pixels 1 to n (medians, step 4) and pixel n + 1
+ * (vertical means): 4 x (n + 2) bytes, and the next frame line follows it
+ * directly.  The field line read next (as the upper line of the next pair,
+ * and as the final line) starts 4 x (n + 2) bytes after the start of the
+ * current upper line rather than S bytes after it, so the frame's content
+ * drifts line by line and it holds 2 x H x S - (S - 4 x (n + 2)) x (H - 1)
+ * bytes; the rest of the frame is not written.  With S = 32 each missing line
+ * is 20 bytes and the field falls 12 bytes behind per line; with S = 16,
+ * n = 0 and a missing line is 8 bytes.
+ *
+ * Choices for input outside this contract: as for QVI_FieldToFrame_Bilinear
+ * (short lines all vertical means, FMT_YUV422 with an odd stride), and for
+ * the 4-byte formats with a stride below 8, where the unsigned count would
+ * wrap: a missing line is the whole pixels the stride holds (one for 4 to 7
+ * bytes, none below 4), all vertical means, and the field and frame move on
+ * by that length as above.
+ *
+ * Returns STATUS_OK, STATUS_BAD_BUFFER or STATUS_BAD_PARAMETER.
+ */
+QVI_API Status QVI_FieldToFrame_Median(BufferHandle field, BufferHandle frame, FieldParity parity);
+
+/*
+ * QVS_median6 - the median of six values: the low 8 bits of each argument
+ * are taken, and of the third and fourth smallest of them (equal values
+ * counted separately) the truncated mean (m3 + m4) >> 1 is returned, 0 to
+ * 255.  Decided with a handful of comparisons, without sorting the six.
+ * A pure function; it cannot fail.
+ */
+QVI_API uint32_t QVS_median6(uint32_t a, uint32_t b, uint32_t c, uint32_t d, uint32_t e, uint32_t f);
+
+/*
+ * QVI_FieldToFrame - de-interlaces `field` into `frame` by `method`.
+ *
+ * Asks for the field's validity, then the frame's; either being 0 returns
+ * STATUS_BAD_BUFFER.  A method outside FIELD_TO_FRAME_LINE_DUP ..
+ * FIELD_TO_FRAME_MEDIAN then returns STATUS_BAD_PARAMETER with nothing
+ * written; otherwise the method's function is called with (field, frame,
+ * parity), repeating its own checks, and its status is returned.
+ */
+QVI_API Status QVI_FieldToFrame(BufferHandle field, BufferHandle frame, FieldToFrameMethod method,
+                                FieldParity parity);
+
 /* ------------------------------------------------------------------------ */
 /* File output                                                              */
 /* ------------------------------------------------------------------------ */

@@ -1,5 +1,6 @@
-// The line methods of the de-interlacer: line duplication and line averaging.
-// Both work on raw bytes and never look at the pixel format.
+// The de-interlacer's dispatcher and its line methods, line duplication and
+// line averaging, which work on raw bytes and never look at the pixel format.
+#include "buffer/buffer_query.h"
 #include "field/field_rows.h"
 #include "field/frame_walk.h"
 #include "qvi.h"
@@ -24,4 +25,17 @@ extern "C" QVI_API Status QVI_FieldToFrame_LineDup(BufferHandle field, BufferHan
 
 extern "C" QVI_API Status QVI_FieldToFrame_LineAve(BufferHandle field, BufferHandle frame, FieldParity parity) {
   return qvi::field::LineMethod<qvi::field::MeanRow>(field, frame, parity);
+}
+
+extern "C" QVI_API Status QVI_FieldToFrame(BufferHandle field, BufferHandle frame, FieldToFrameMethod method,
+                                           FieldParity parity) {
+  if (qvi::buffer::QueryValid(field) == 0) return STATUS_BAD_BUFFER;
+  if (qvi::buffer::QueryValid(frame) == 0) return STATUS_BAD_BUFFER;
+  switch (method) {
+    case FIELD_TO_FRAME_LINE_DUP: return QVI_FieldToFrame_LineDup(field, frame, parity);
+    case FIELD_TO_FRAME_LINE_AVE: return QVI_FieldToFrame_LineAve(field, frame, parity);
+    case FIELD_TO_FRAME_BILINEAR: return QVI_FieldToFrame_Bilinear(field, frame, parity);
+    case FIELD_TO_FRAME_MEDIAN: return QVI_FieldToFrame_Median(field, frame, parity);
+    default: return STATUS_BAD_PARAMETER;
+  }
 }

@@ -3,8 +3,10 @@
 // line and nothing else: no strides, no handles, no status.
 #pragma once
 
+#include <algorithm>
 #include <cstdint>
 #include <cstring>
+#include <utility>
 
 #include "field/field_formats.h"
 
@@ -47,6 +49,38 @@ struct Bilinear {
     const uint32_t centre = a[i] + b[i];
     const uint32_t sides = a[i - step] + a[i + step] + b[i - step] + b[i + step];
     return static_cast<uint8_t>((centre * kAboveBelowWeight + sides * kNeighbourWeight) >> kWeightShift);
+  }
+};
+
+// The mean of the two middle values (third and fourth smallest, ties counted
+// separately) of the low bytes of six values, truncated.  The three pairs
+// are ordered by one comparison each and then by their larger member; the
+// largest value of all is then known and the two middle values follow from a
+// short decision tree, without sorting the six.
+constexpr uint32_t Median6(uint32_t a, uint32_t b, uint32_t c, uint32_t d, uint32_t e, uint32_t f) {
+  a &= 0xFFu, b &= 0xFFu, c &= 0xFFu, d &= 0xFFu, e &= 0xFFu, f &= 0xFFu;
+  if (b < a) std::swap(a, b);
+  if (d < c) std::swap(c, d);
+  if (f < e) std::swap(e, f);
+  if (d < b) std::swap(a, c), std::swap(b, d);
+  if (f < d) {
+    std::swap(c, e), std::swap(d, f);
+    if (d < b) std::swap(a, c), std::swap(b, d);
+  }
+  // a <= b <= d <= f and c <= d, e <= f: f is the largest, and the middle two
+  // of the six are the third and fourth smallest of a, b, c, d, e.
+  if (d <= e) return (std::max(b, c) + d) >> 1;  // d fourth, e fifth
+  // d is the largest of the five: the middle two are the larger two of
+  // a <= b and c, e.
+  if (e < c) std::swap(c, e);
+  if (e <= b) return (b + std::max(a, e)) >> 1;
+  return (e + std::max(b, c)) >> 1;
+}
+
+// Byte i of a missing line: the median of the six bytes `step` apart.
+struct Median {
+  static uint8_t At(const uint8_t* a, const uint8_t* b, uint32_t i, uint32_t step) {
+    return static_cast<uint8_t>(Median6(a[i - step], a[i], a[i + step], b[i - step], b[i], b[i + step]));
   }
 };
 

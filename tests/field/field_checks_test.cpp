@@ -19,6 +19,7 @@ const Entry kMethods[] = {
     {"LineDup", QVI_FieldToFrame_LineDup, false},
     {"LineAve", QVI_FieldToFrame_LineAve, false},
     {"Bilinear", QVI_FieldToFrame_Bilinear, true},
+    {"Median", QVI_FieldToFrame_Median, true},
 };
 
 std::vector<Query> Sequence(BufferHandle f, BufferHandle d, bool asks_format) {
@@ -79,6 +80,39 @@ TEST_F(FieldChecks, EachMethodAsksInOrderAndStopsAtTheFailedCheck) {
         EXPECT_TRUE(AllBytesAre(frame.bytes(), kCanary)) << m.name << ": " << c.what;
       }
     }
+  }
+}
+
+// The dispatcher tests both validities itself, then hands over to the
+// method, which asks again from the start.
+TEST_F(FieldChecks, TheDispatcherTestsBothHandlesThenTheMethod) {
+  struct Case {
+    FieldToFrameMethod method;
+    uint64_t field_valid, frame_valid;
+    Status status;
+    size_t own_queries;  // before the method's sequence (none follows if the dispatcher refuses)
+  };
+  const Case cases[] = {
+      {FIELD_TO_FRAME_LINE_DUP, 1, 1, STATUS_OK, 2}, {FIELD_TO_FRAME_LINE_AVE, 1, 1, STATUS_OK, 2},
+      {FIELD_TO_FRAME_BILINEAR, 1, 1, STATUS_OK, 2}, {FIELD_TO_FRAME_MEDIAN, 1, 1, STATUS_OK, 2},
+      {4, 1, 1, STATUS_BAD_PARAMETER, 2},             {0xFFFFFFFF, 1, 1, STATUS_BAD_PARAMETER, 2},
+      {4, 0, 1, STATUS_BAD_BUFFER, 1},                {FIELD_TO_FRAME_BILINEAR, 1, 0, STATUS_BAD_BUFFER, 2},
+  };
+  for (const Case& c : cases) {
+    TestImage field(FMT_Y8, 4, 2, 8, 0, 0x40);
+    TestImage frame(FMT_Y8, 8, 4, 8);
+    field.params().valid = c.field_valid;
+    frame.params().valid = c.frame_valid;
+    ClearQueryLog();
+    EXPECT_EQ(QVI_FieldToFrame(field.handle(), frame.handle(), c.method, 0), c.status) << c.method;
+    std::vector<Query> expected = {{field.handle(), BUF_PARAM_VALID}, {frame.handle(), BUF_PARAM_VALID}};
+    expected.resize(c.own_queries);
+    if (c.status == STATUS_OK) {
+      const auto method = Sequence(field.handle(), frame.handle(), c.method >= FIELD_TO_FRAME_BILINEAR);
+      expected.insert(expected.end(), method.begin(), method.end());
+    }
+    EXPECT_EQ(QueryLog(), expected) << c.method;
+    EXPECT_EQ(AllBytesAre(frame.bytes(), kCanary), c.status != STATUS_OK) << c.method;
   }
 }
 
