@@ -31,7 +31,8 @@ static_assert(MedianQuadDrift(6).row_bytes == 4 && MedianQuadDrift(3).row_bytes 
 }  // namespace qvi::field
 
 extern "C" QVI_API uint32_t QVS_median6(uint32_t a, uint32_t b, uint32_t c, uint32_t d, uint32_t e, uint32_t f) {
-  return qvi::field::Median6(a, b, c, d, e, f);
+  const auto low = [](uint32_t v) { return static_cast<uint8_t>(v); };  // only the low 8 bits count
+  return qvi::field::Median6(low(a), low(b), low(c), low(d), low(e), low(f));
 }
 
 extern "C" QVI_API Status QVI_FieldToFrame_Median(BufferHandle field, BufferHandle frame, FieldParity parity) {
