@@ -6,11 +6,11 @@
 namespace qvi::field {
 namespace {
 
-// On 4-byte formats a missing line is pixel 0, the computed pixels 1 to
-// (S - 8) >> 2 and one pixel of vertical means: 8 + 4 x ((S - 8) >> 2) bytes,
-// which is S rounded down to whole pixels (the same rounding below 8 bytes,
-// where the unsigned expression would wrap).  The 1 to 3 bytes after a
-// shortened line keep their content and frame lines stay S bytes apart.
+// 4-byte formats: a missing line of 8 + 4 x ((S - 8) >> 2) bytes, lines S apart.
+// (Pixel 0, the computed pixels 1 to (S - 8) >> 2 and one pixel of vertical
+// means: S rounded down to whole pixels, the same rounding applying below 8
+// bytes where the unsigned expression would wrap.  The 1 to 3 bytes after a
+// shortened line keep their content.)
 constexpr FramePlan ShortenedQuadLine(uint32_t stride) { return {stride, stride & ~3u, stride, stride}; }
 
 static_assert(ShortenedQuadLine(30).row_bytes == 8 + 4 * ((30 - 8) >> 2));

@@ -12,7 +12,7 @@ template <RowKernel Row>
 Status LineMethod(BufferHandle field, BufferHandle frame, FieldParity parity) {
   FieldPair p;
   if (const Status s = ReadFieldPair(field, frame, AsksFormat::No, &p); s != STATUS_OK) return s;
-  WalkFrame<Row>(p, WholeLines(p.field_stride), parity);
+  WalkFrame<Row>(p, LinesAtFieldStride(p.field_stride), parity);
   return STATUS_OK;
 }
 

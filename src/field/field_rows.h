@@ -34,10 +34,9 @@ inline uint8_t VerticalMean(const uint8_t* a, const uint8_t* b, uint32_t i) {
   return static_cast<uint8_t>((a[i] + b[i]) >> 1);
 }
 
-// The bilinear weights: 105 for the bytes above and below, 75 for each of
-// their four same-kind neighbours, over 2^9.  They sum to 2 x 105 + 4 x 75 =
-// 510, not 512, so an area of uniform value v comes out as (510 x v) >> 9
-// (255 becomes 254).  Kept exactly.
+// Bilinear weights 105 (above, below) and 75 (four neighbours) sum to 510 of 512.
+// (So an area of uniform value v comes out as (510 x v) >> 9, 255 becoming
+// 254.  Kept exactly.)
 inline constexpr uint32_t kAboveBelowWeight = 105;
 inline constexpr uint32_t kNeighbourWeight = 75;
 inline constexpr uint32_t kWeightShift = 9;

@@ -5,9 +5,9 @@
 namespace qvi::field {
 namespace {
 
-// The frame's validity is asked for but never looked at: the field's answer
-// is tested a second time in its place, so a method called directly accepts
-// an invalid frame handle (QVI_FieldToFrame has rejected it before).
+// Asks both validities but tests the field's answer twice, never the frame's.
+// (So a method called directly accepts an invalid frame handle; the
+// dispatcher has refused it before calling.)
 bool FieldValidityTestedTwice(BufferHandle field, BufferHandle frame) {
   const uint64_t field_valid = buffer::QueryValid(field);
   if (field_valid == 0) return false;
@@ -15,9 +15,9 @@ bool FieldValidityTestedTwice(BufferHandle field, BufferHandle frame) {
   return field_valid != 0;
 }
 
-// The size check weighs the field's width in pixels, not its stride (which is
-// what each frame line receives): 2 x width x height of the field against
-// stride x height of the frame, all in unsigned 32-bit arithmetic.
+// Size check by the field's width, not stride: 2 x W x H <= frame stride x height.
+// (In unsigned 32-bit arithmetic; each frame line then receives the field's
+// stride, which this check does not weigh.)
 bool FrameHoldsByFieldWidth(const FieldPair& p) {
   const uint32_t needed = 2u * p.field_width * p.field_height;
   const uint32_t available = p.frame_stride * p.frame_height;

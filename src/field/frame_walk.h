@@ -43,8 +43,9 @@ struct FramePlan {
   uint32_t field_advance;  // from one field line read to the next
 };
 
-// Missing lines as long as the field's lines, everything S bytes apart.
-constexpr FramePlan WholeLines(uint32_t stride) { return {stride, stride, stride, stride}; }
+// Frame lines S apart, S the field's stride, whatever the frame's own stride.
+// (Missing lines are whole S-byte lines and the field is read S bytes on.)
+constexpr FramePlan LinesAtFieldStride(uint32_t stride) { return {stride, stride, stride, stride}; }
 
 // A missing line: row(above, below, out, bytes).
 using RowKernel = void (*)(const uint8_t* above, const uint8_t* below, uint8_t* out, uint32_t bytes);

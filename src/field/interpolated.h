@@ -14,7 +14,7 @@ namespace qvi::field {
 // returns STATUS_BAD_PARAMETER with nothing written.
 template <class Op>
 Status RunInterpolated(const FieldPair& p, FieldParity parity, const FramePlan& quad_plan) {
-  const FramePlan whole = WholeLines(p.field_stride);
+  const FramePlan whole = LinesAtFieldStride(p.field_stride);
   switch (FieldLayoutOf(p.format).shape) {
     case Shape::Grey8: WalkFrame<InterpolatedRow<Shape::Grey8, Op>>(p, whole, parity); break;
     case Shape::Triple: WalkFrame<InterpolatedRow<Shape::Triple, Op>>(p, whole, parity); break;

@@ -9,13 +9,13 @@
 namespace qvi::field {
 namespace {
 
-// On 4-byte formats the median's pixel counter starts at 4 while its bound is
-// the pixel count (S - 4) >> 2, so only n = max(0, ((S - 4) >> 2) - 4) pixels
-// are computed: a missing line is pixel 0, pixels 1 to n and pixel n + 1 of
-// vertical means, 4 x (n + 2) bytes; the next frame line follows directly and
-// the field is read on 4 x (n + 2) bytes later instead of S, so the frame
-// drifts.  Below a stride of 8 (where the unsigned expression would wrap) a
-// missing line is the whole pixels the stride holds, all vertical means.
+// 4-byte formats: n = max(0, ((S - 4) >> 2) - 4) medians, frame and field drift.
+// (The median's pixel counter starts at 4 against a bound of (S - 4) >> 2
+// pixels.  A missing line is pixel 0, pixels 1 to n and pixel n + 1 of
+// vertical means, 4 x (n + 2) bytes; the next frame line follows it directly
+// and the field is read on 4 x (n + 2) bytes later instead of S.  Below a
+// stride of 8, where the unsigned count would wrap, a missing line is the
+// whole pixels the stride holds, all vertical means.)
 constexpr FramePlan MedianQuadDrift(uint32_t stride) {
   const uint32_t pixels = stride >> 2;
   const uint32_t computed = pixels > 5 ? pixels - 5 : 0;  // ((S - 4) >> 2) - 4, not below 0
