@@ -222,7 +222,131 @@ QVI_API Status QVI_Convert(BufferHandle source, BufferHandle destination);
 /* Demosaicing                                                              */
 /* ------------------------------------------------------------------------ */
 
-/* (entry points of the demosaic family follow) */
+/*
+ * Demosaicing: QVI_BAY8_to_<packing>_<method>_<phase>(source, destination)
+ *              QVI_BAYn_to_<packing>_<method>_<phase>(source, destination, bits)
+ *
+ * Each function turns the raw Bayer mosaic in `source` into a colour image in
+ * `destination`, one function per input depth, output packing, method and
+ * phase.
+ *
+ *   BAY8     one byte per sample (FMT_BAY8).
+ *   BAYn     one native 16-bit word per sample holding `bits` significant
+ *            bits, right-aligned (FMT_BAY10 to FMT_BAY16; QVI_Convert passes
+ *            10, 12, 14 or 16).
+ *   RGBX32   bytes R, G, B, X;  BGRX32  bytes B, G, R, X;  BGR24  bytes B, G, R.
+ *            The X byte is never written: it keeps what the destination held.
+ *   RGB16    one native 16-bit word ((R << 8) & 0xF800) | ((G << 3) & 0x07E0)
+ *            | (B >> 3): red in bits 11-15, green 5-10, blue 0-4.
+ *   BGR16    the same word with red and blue exchanged.
+ *   phase    the colours of the 2x2 cell that repeats from row 0, column 0
+ *            (top row, then bottom row): A = R G / G B, B = G R / B G,
+ *            C = G B / R G, D = B G / G R.
+ *
+ * Checks and queries, in this order: validity of the source, then of the
+ * destination (0 returns STATUS_BAD_BUFFER); for BAYn, bits == 8 returns
+ * STATUS_BAD_BUFFER (no other depth is refused); then, unchecked, the
+ * source's address and stride, the destination's stride and address, and the
+ * source's height and width.  A failed check writes nothing.  Otherwise the
+ * function writes every pixel of the width x height image and returns
+ * STATUS_OK; it never fails once the checks have passed.
+ *
+ * Geometry.  Width and height are the source's; the destination's width,
+ * height and format are never read.  Row y of each buffer starts y strides
+ * after its address, except that a BAYn source's stride is rounded down to
+ * even, and so is the gap after each RGB16 or BGR16 row (stride - 2 x width):
+ * an odd stride acts as the next lower even one there.  Bytes after a row's
+ * last pixel are never written.  The destination must hold `height` rows at
+ * its stride: QVI_Convert's size check compares byte counts only, so a
+ * destination with fewer rows than the source and a wider stride passes it
+ * and is then written past its stride x height.
+ *
+ * Channel values.  8-bit samples are used as they are.  For BAYn every value
+ * is one right shift of a sum of raw samples, each count taken modulo 32: a
+ * copied sample s >> (bits - 8), a mean of two (a + b) >> (bits - 7), a mean of
+ * four (a + b + c + d) >> (bits - 6).  Means truncate; nothing is rounded or
+ * clamped.  The byte packings store the low 8 bits of each value, so a sample
+ * wider than `bits` wraps (bits 12: 0x1FF0 gives 0xFF, 0x2000 gives 0x00).
+ * The 16-bit packings confine their high and middle fields by the masks above
+ * but OR in the low field (blue of RGB16, red of BGR16) unmasked, so an
+ * oversized value runs into green (bits 12, blue sample 0xFFFF: 0x01FF).
+ * Depths above 16 or below 8 are not refused; the counts above then apply
+ * modulo 32 and give no useful image.
+ *
+ * dup (duplication) copies every missing colour from one sample of the
+ * pixel's 2x2 block: the pixel's row and the row above (row 0: rows 0 and 1),
+ * the pixel's column and the column to its left (column 0: columns 0 and 1).
+ * Red and blue are the pixel's own sample or else the block's only red or
+ * blue sample.  Green at a red or blue site is the left neighbour; in column
+ * 0 it is the right neighbour in row 0 and the pixel above in later rows,
+ * except at the blue sites of column 0 (rows 1, 3, 5, ...) of every phase-B
+ * member and (rows 2, 4, ...) of QVI_BAY8_to_RGB16_dup_D and
+ * QVI_BAYn_to_RGB16_dup_D, which take the right neighbour.  The other phase-D
+ * members take the pixel above there.  dup reads nothing outside the image.
+ *
+ * Through QVI_Convert (FMT_BAY8 to FMT_BAY16 into FMT_BGRX32, FMT_BGR24,
+ * FMT_RGB16 or FMT_RGBX32, and FMT_BAY8 into FMT_BGR16): after its size
+ * check, the source's BUF_PARAM_DEMOSAIC_METHOD (DEMOSAIC_METHOD_DUP, _AVE,
+ * _MED) and then its BUF_PARAM_BAYER_PHASE (BAYER_PHASE_A to _D) choose the
+ * function; any other value returns STATUS_BAD_BAYER_MODE.  Into FMT_RGBX32
+ * only dup is accepted, into FMT_BGR16 only dup in phase A; other methods or
+ * phases there return STATUS_BAD_BAYER_MODE.  Methods ave and med are not
+ * built yet: they answer STATUS_BAD_PARAMETER.  FMT_BAY10, 12, 14 and 16 pass
+ * bits 10, 12, 14 and 16.  Once the function is called QVI_Convert returns
+ * STATUS_OK, whatever the function returned.
+ *
+ * Choices of this implementation outside the documented contract: a width
+ * or height below 2, a source or destination address of 0, a source stride
+ * (after rounding) smaller than width x sample bytes, or a destination stride
+ * smaller than width x pixel bytes: nothing is read or written and the
+ * function returns STATUS_OK.
+ *
+ * Members: RGBX32 is built with dup only, BGR16 only as
+ * QVI_BAY8_to_BGR16_dup_A, BGRX32, BGR24 and RGB16 with dup
+ * (ave and med to follow); every one in all four phases except BGR16.
+ */
+
+QVI_API Status QVI_BAY8_to_RGBX32_dup_D(BufferHandle source, BufferHandle destination);
+QVI_API Status QVI_BAY8_to_RGBX32_dup_C(BufferHandle source, BufferHandle destination);
+QVI_API Status QVI_BAY8_to_RGBX32_dup_B(BufferHandle source, BufferHandle destination);
+QVI_API Status QVI_BAY8_to_RGBX32_dup_A(BufferHandle source, BufferHandle destination);
+
+QVI_API Status QVI_BAY8_to_BGRX32_dup_D(BufferHandle source, BufferHandle destination);
+QVI_API Status QVI_BAY8_to_BGRX32_dup_C(BufferHandle source, BufferHandle destination);
+QVI_API Status QVI_BAY8_to_BGRX32_dup_B(BufferHandle source, BufferHandle destination);
+QVI_API Status QVI_BAY8_to_BGRX32_dup_A(BufferHandle source, BufferHandle destination);
+
+QVI_API Status QVI_BAY8_to_BGR24_dup_D(BufferHandle source, BufferHandle destination);
+QVI_API Status QVI_BAY8_to_BGR24_dup_C(BufferHandle source, BufferHandle destination);
+QVI_API Status QVI_BAY8_to_BGR24_dup_B(BufferHandle source, BufferHandle destination);
+QVI_API Status QVI_BAY8_to_BGR24_dup_A(BufferHandle source, BufferHandle destination);
+
+QVI_API Status QVI_BAY8_to_RGB16_dup_D(BufferHandle source, BufferHandle destination);
+QVI_API Status QVI_BAY8_to_RGB16_dup_C(BufferHandle source, BufferHandle destination);
+QVI_API Status QVI_BAY8_to_RGB16_dup_B(BufferHandle source, BufferHandle destination);
+QVI_API Status QVI_BAY8_to_RGB16_dup_A(BufferHandle source, BufferHandle destination);
+
+QVI_API Status QVI_BAY8_to_BGR16_dup_A(BufferHandle source, BufferHandle destination);
+
+QVI_API Status QVI_BAYn_to_RGBX32_dup_D(BufferHandle source, BufferHandle destination, uint32_t bits);
+QVI_API Status QVI_BAYn_to_RGBX32_dup_C(BufferHandle source, BufferHandle destination, uint32_t bits);
+QVI_API Status QVI_BAYn_to_RGBX32_dup_B(BufferHandle source, BufferHandle destination, uint32_t bits);
+QVI_API Status QVI_BAYn_to_RGBX32_dup_A(BufferHandle source, BufferHandle destination, uint32_t bits);
+
+QVI_API Status QVI_BAYn_to_BGRX32_dup_D(BufferHandle source, BufferHandle destination, uint32_t bits);
+QVI_API Status QVI_BAYn_to_BGRX32_dup_C(BufferHandle source, BufferHandle destination, uint32_t bits);
+QVI_API Status QVI_BAYn_to_BGRX32_dup_B(BufferHandle source, BufferHandle destination, uint32_t bits);
+QVI_API Status QVI_BAYn_to_BGRX32_dup_A(BufferHandle source, BufferHandle destination, uint32_t bits);
+
+QVI_API Status QVI_BAYn_to_BGR24_dup_D(BufferHandle source, BufferHandle destination, uint32_t bits);
+QVI_API Status QVI_BAYn_to_BGR24_dup_C(BufferHandle source, BufferHandle destination, uint32_t bits);
+QVI_API Status QVI_BAYn_to_BGR24_dup_B(BufferHandle source, BufferHandle destination, uint32_t bits);
+QVI_API Status QVI_BAYn_to_BGR24_dup_A(BufferHandle source, BufferHandle destination, uint32_t bits);
+
+QVI_API Status QVI_BAYn_to_RGB16_dup_D(BufferHandle source, BufferHandle destination, uint32_t bits);
+QVI_API Status QVI_BAYn_to_RGB16_dup_C(BufferHandle source, BufferHandle destination, uint32_t bits);
+QVI_API Status QVI_BAYn_to_RGB16_dup_B(BufferHandle source, BufferHandle destination, uint32_t bits);
+QVI_API Status QVI_BAYn_to_RGB16_dup_A(BufferHandle source, BufferHandle destination, uint32_t bits);
 
 /* ------------------------------------------------------------------------ */
 /* Field to frame                                                           */
