@@ -64,7 +64,7 @@ Status ConvertRoute(BufferHandle source, BufferHandle destination, Fmt source_fo
 #undef QVI_MEMBER
 #undef QVI_CALL_BAYn
 #undef QVI_CALL_BAY8
-    default: return STATUS_BAD_PARAMETER;  // no member of that name is built
+    default: return STATUS_BAD_PARAMETER;  // no such member (n-bit into BGR16 is not a route)
   }
 }
 

@@ -3,6 +3,7 @@
 
 #include <cstdint>
 
+#include "bayer/ave_med.h"
 #include "bayer/dup.h"
 #include "bayer/frame.h"
 #include "bayer/member.h"
@@ -10,8 +11,11 @@
 
 namespace qvi::bayer {
 
+// The walker of a member's method.
 template <class M>
-struct WalkerOf;
+struct WalkerOf {
+  using type = AveMed<M>;
+};
 template <Depth D, Packing P, Phase F, Deviations X>
 struct WalkerOf<Member<D, P, Method::dup, F, X>> {
   using type = Dup<Member<D, P, Method::dup, F, X>>;

@@ -25,6 +25,12 @@ using Deviations = uint32_t;
 inline constexpr Deviations kNone = 0;
 // dup: blue sites of column 0 below row 0 take green from the right neighbour, not from the pixel above.
 inline constexpr Deviations kGreenFromRightAtColumn0Blue = 1u << 0;
+// ave/med: the closing column of odd interior rows takes red as the 8-bit mean of the raw samples above and below.
+inline constexpr Deviations kUnreducedRedAtClosingColumn = 1u << 1;
+// ave/med: column 0 of even interior rows takes blue as the 8-bit mean of the raw samples above and below.
+inline constexpr Deviations kUnreducedBlueAtColumn0 = 1u << 2;
+// ave/med: the row below is read one sample further right (odd widths: every interior row; even widths: the top-right green).
+inline constexpr Deviations kBelowRowOneAhead = 1u << 3;
 
 template <Depth D, Packing P, Method M, Phase F, Deviations X>
 struct Member {
@@ -36,6 +42,7 @@ struct Member {
   static constexpr bool Has(Deviations d) { return (X & d) != 0; }
 
   static_assert(M == Method::dup || !Has(kGreenFromRightAtColumn0Blue), "a duplication-only deviation");
+  static_assert(M != Method::dup || (X & ~kGreenFromRightAtColumn0Blue) == 0, "an averaging/median-only deviation");
 };
 
 // Phase layout.  Red stands on rows and columns of these parities; blue on
