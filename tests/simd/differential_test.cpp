@@ -1,0 +1,126 @@
+// The fast row kernels against the portable ones: the same walkers run once
+// with NoVec and once with the SSE2 policy, on the same random input, and
+// whole destination buffers (canary-filled, with padding and bytes around the
+// image) must come out identical.  Widths straddle one and two vector blocks,
+// strides are tight, odd and padded, addresses unaligned; values include the
+// extremes and deep samples wider than their depth.  Sources end exactly
+// where the portable path's documented over-read ends, so under
+// AddressSanitizer a vector kernel that reads further fails.
+#include <gtest/gtest.h>
+
+#include <cstdint>
+#include <random>
+#include <vector>
+
+#include "bayer/demosaic.h"
+#include "bayer_support.h"
+#include "buffer/simd.h"
+
+namespace qvi::test {
+namespace {
+
+#if QVI_HAVE_SSE2
+
+enum class Values { kRandom, kAllMax, kInDepth };
+
+// Bytes of a pattern; `bits` bounds the kInDepth samples of 16-bit words.
+void Fill(uint8_t* p, size_t n, Values values, uint32_t word_bits, std::mt19937& rng) {
+  for (size_t i = 0; i < n; ++i) {
+    switch (values) {
+      case Values::kRandom: p[i] = static_cast<uint8_t>(rng()); break;
+      case Values::kAllMax: p[i] = 0xFF; break;
+      case Values::kInDepth:
+        p[i] = static_cast<uint8_t>(rng());
+        if (word_bits > 0 && word_bits < 16 && i % 2 == 1) p[i] &= static_cast<uint8_t>((1u << (word_bits - 8)) - 1);
+        break;
+    }
+  }
+}
+
+// A buffer `offset` bytes into its allocation, which ends `slack` bytes after
+// stride x height; everything around the image is canary.
+struct Placed {
+  Placed(uint32_t format, uint32_t w, uint32_t h, uint32_t stride, uint32_t offset, uint32_t slack)
+      : bytes(offset + uint64_t{stride} * h + slack, kCanary) {
+    FakeBuffer b;
+    b.address = reinterpret_cast<uintptr_t>(bytes.data() + offset);
+    b.width = w;
+    b.height = h;
+    b.stride = stride;
+    b.format = format;
+    handle = AddFakeBuffer(b);
+  }
+  std::vector<uint8_t> bytes;
+  BufferHandle handle;
+};
+
+// Geometry number `i` of a sweep: stride extras, offsets and value patterns
+// rotate with different periods so that they meet every width.
+struct Geometry {
+  explicit Geometry(uint32_t i)
+      : src_extra(kExtras[i % 5]), dst_extra(kExtras[(i / 5 + i) % 5]), src_offset(i % 4), dst_offset(kDstOffsets[i % 3]),
+        values(static_cast<Values>(i % 3)) {}
+  static constexpr uint32_t kExtras[] = {0, 1, 2, 3, 64};
+  static constexpr uint32_t kDstOffsets[] = {0, 1, 3};
+  uint32_t src_extra, dst_extra, src_offset, dst_offset;
+  Values values;
+};
+
+// ---- Demosaic: every member, interior pairs in blocks of 8 (16 pixels). ----
+
+using Entry = Status (*)(BufferHandle, BufferHandle, uint32_t);
+struct Twins {
+  Entry portable, fast;
+};
+
+#define QVI_MEMBER(depth, packing, method, phase, deviations)                                              \
+  {&bayer::Demosaic<bayer::Member<bayer::Depth::depth, bayer::Packing::packing, bayer::Method::method,     \
+                                  bayer::Phase::phase, bayer::deviations>,                                 \
+                    bayer::NoVec>,                                                                         \
+   &bayer::Demosaic<bayer::Member<bayer::Depth::depth, bayer::Packing::packing, bayer::Method::method,     \
+                                  bayer::Phase::phase, bayer::deviations>,                                 \
+                    bayer::sse2::Vec>},
+const Twins kDemosaicTwins[] = {
+#include "bayer/members.def"
+};
+#undef QVI_MEMBER
+
+TEST(Differential, EveryDemosaicMemberMatchesThePortableLoop) {
+  ASSERT_EQ(std::size(kDemosaicTwins), Members().size());
+  const uint32_t widths[] = {2, 3, 16, 17, 18, 19, 32, 33, 34, 35, 49, 51, 66, 67};
+  const uint32_t heights[] = {2, 3, 5};
+  const uint32_t depths[] = {12, 10, 14, 16, 9, 13, 7, 6, 40, 11, 15};
+  std::mt19937 rng(7);
+  for (size_t m = 0; m < Members().size(); ++m) {
+    const MemberInfo& member = Members()[m];
+    const uint32_t sample = SampleBytes(member.depth), pixel = PixelBytes(member.packing);
+    uint32_t i = static_cast<uint32_t>(m);
+    for (uint32_t w : widths) {
+      for (uint32_t h : heights) {
+        ResetFakeBuffers();
+        const Geometry g(i++);
+        const uint32_t bits = member.depth == Depth::BAY8 ? 8 : depths[i % std::size(depths)];
+        const uint32_t src_stride = w * sample + g.src_extra, dst_stride = w * pixel + g.dst_extra;
+        Placed src(FormatOf(member.depth), w, h, src_stride, g.src_offset,
+                   OverReadSamples(member, w, h) * sample);
+        Fill(src.bytes.data(), src.bytes.size(), g.values, member.depth == Depth::BAY8 ? 0 : bits, rng);
+        Placed portable(FormatOf(member.packing), w, h, dst_stride, g.dst_offset, 7);
+        Placed fast(FormatOf(member.packing), w, h, dst_stride, g.dst_offset, 7);
+        ASSERT_EQ(kDemosaicTwins[m].portable(src.handle, portable.handle, bits), STATUS_OK);
+        ASSERT_EQ(kDemosaicTwins[m].fast(src.handle, fast.handle, bits), STATUS_OK);
+        ASSERT_EQ(portable.bytes, fast.bytes) << member.name << " " << w << "x" << h << " bits " << bits
+                                              << " strides +" << g.src_extra << " +" << g.dst_extra << " offsets "
+                                              << g.src_offset << " " << g.dst_offset;
+      }
+    }
+  }
+}
+
+#else
+
+TEST(Differential, NeedsSse2) { GTEST_SKIP() << "no vector kernels on this processor"; }
+
+#endif
+
+}  // namespace
+}  // namespace qvi::test
