@@ -10,23 +10,19 @@
 // ways and chosen per lane by a constant mask.
 #pragma once
 
-#include <emmintrin.h>
-
 #include <cstdint>
 #include <type_traits>
 
 #include "bayer/member.h"
 #include "bayer/pack.h"
 #include "bayer/sample.h"
+#include "buffer/sse2.h"
 
 namespace qvi::bayer::sse2 {
 
-inline __m128i LoadU(const uint8_t* p) { return _mm_loadu_si128(reinterpret_cast<const __m128i*>(p)); }
-inline void StoreU(uint8_t* p, __m128i v) { _mm_storeu_si128(reinterpret_cast<__m128i*>(p), v); }
-// Lanes of a where the mask is set, of b elsewhere.
-inline __m128i Select(__m128i mask, __m128i a, __m128i b) {
-  return _mm_or_si128(_mm_and_si128(mask, a), _mm_andnot_si128(mask, b));
-}
+using qvi::sse2::LoadU;
+using qvi::sse2::Select;
+using qvi::sse2::StoreU;
 
 // 8-bit samples, 16 lanes: the arithmetic of Arith<Depth::BAY8>.
 struct ByteLanes {
@@ -169,43 +165,6 @@ inline Words16 ToWords(const Bytes16& v) {
           {_mm_unpacklo_epi8(v.b, z), _mm_unpackhi_epi8(v.b, z)}};
 }
 
-// Four vectors of four 32-bit pixels, bytes c0, c1, c2 and a zero.
-struct Quads {
-  __m128i q[4];
-};
-inline Quads Interleave(__m128i c0, __m128i c1, __m128i c2) {
-  const __m128i z = _mm_setzero_si128();
-  const __m128i lo01 = _mm_unpacklo_epi8(c0, c1), hi01 = _mm_unpackhi_epi8(c0, c1);
-  const __m128i lo2 = _mm_unpacklo_epi8(c2, z), hi2 = _mm_unpackhi_epi8(c2, z);
-  return {{_mm_unpacklo_epi16(lo01, lo2), _mm_unpackhi_epi16(lo01, lo2), _mm_unpacklo_epi16(hi01, hi2),
-           _mm_unpackhi_epi16(hi01, hi2)}};
-}
-
-// Four 32-bit pixels whose top bytes are zero to their 12 bytes of three,
-// in the low 12 bytes (the top 4 zero).
-inline __m128i Squeeze(__m128i v) {
-  const __m128i first = _mm_set1_epi64x(0x0000000000FFFFFFll), second = _mm_set1_epi64x(0x0000FFFFFF000000ll);
-  const __m128i t = _mm_or_si128(_mm_and_si128(v, first), _mm_and_si128(_mm_srli_epi64(v, 8), second));
-  return _mm_or_si128(_mm_move_epi64(t), _mm_slli_si128(_mm_srli_si128(t, 8), 6));
-}
-
-// Sixteen 32-bit pixels (top bytes zero) as 48 bytes of three.
-inline void Store24(uint8_t* out, const Quads& p) {
-  const __m128i r0 = Squeeze(p.q[0]), r1 = Squeeze(p.q[1]), r2 = Squeeze(p.q[2]), r3 = Squeeze(p.q[3]);
-  StoreU(out, _mm_or_si128(r0, _mm_slli_si128(r1, 12)));
-  StoreU(out + 16, _mm_or_si128(_mm_srli_si128(r1, 4), _mm_slli_si128(r2, 8)));
-  StoreU(out + 32, _mm_or_si128(_mm_srli_si128(r2, 8), _mm_slli_si128(r3, 4)));
-}
-
-// Sixteen 32-bit pixels over 64 bytes whose fourth bytes keep their value.
-inline void Store32KeepingX(uint8_t* out, const Quads& p) {
-  const __m128i x = _mm_set1_epi32(static_cast<int>(0xFF000000u));
-  for (int i = 0; i < 4; ++i) {
-    uint8_t* d = out + 16 * i;
-    StoreU(d, _mm_or_si128(_mm_and_si128(LoadU(d), x), p.q[i]));
-  }
-}
-
 // 5:6:5 words: (hi << 8) & 0xF800 | (g << 3) & 0x07E0 | lo >> 3, lo unmasked.
 inline __m128i Word565(__m128i hi, __m128i g, __m128i lo) {
   return _mm_or_si128(_mm_or_si128(_mm_and_si128(_mm_slli_epi16(hi, 8), _mm_set1_epi16(static_cast<short>(0xF800))),
@@ -231,12 +190,12 @@ void Put(uint8_t* out, const Bytes16& v) {
   if constexpr (P == Packing::RGB16 || P == Packing::BGR16) {
     Put<P>(out, ToWords(v));
   } else if constexpr (P == Packing::BGR24) {
-    Store24(out, Interleave(v.b, v.g, v.r));
+    qvi::sse2::Store24(out, qvi::sse2::Interleave(v.b, v.g, v.r));
   } else if constexpr (P == Packing::BGRX32) {
-    Store32KeepingX(out, Interleave(v.b, v.g, v.r));
+    qvi::sse2::Store32KeepingX<0>(out, qvi::sse2::Interleave(v.b, v.g, v.r));
   } else {
     static_assert(P == Packing::RGBX32);
-    Store32KeepingX(out, Interleave(v.r, v.g, v.b));
+    qvi::sse2::Store32KeepingX<0>(out, qvi::sse2::Interleave(v.r, v.g, v.b));
   }
 }
 

@@ -14,7 +14,9 @@
 
 #include "bayer/demosaic.h"
 #include "bayer_support.h"
+#include "buffer/formats.h"
 #include "buffer/simd.h"
+#include "convert/lines.h"
 
 namespace qvi::test {
 namespace {
@@ -111,6 +113,65 @@ TEST(Differential, EveryDemosaicMemberMatchesThePortableLoop) {
         ASSERT_EQ(portable.bytes, fast.bytes) << member.name << " " << w << "x" << h << " bits " << bits
                                               << " strides +" << g.src_extra << " +" << g.dst_extra << " offsets "
                                               << g.src_offset << " " << g.dst_offset;
+      }
+    }
+  }
+}
+
+// ---- Conversions: every pixel route, through the line walker. ----
+
+using Walk = void (*)(const buffer::ConversionPair&);
+struct RouteTwins {
+  Fmt source, destination;
+  Walk portable, fast;
+};
+
+#define QVI_PIXELS(S, D)                                                                           \
+  {Fmt::S, Fmt::D, &convert::WalkLines<convert::RouteLine<Fmt::S, Fmt::D, convert::NoVec>::type>, \
+   &convert::WalkLines<convert::RouteLine<Fmt::S, Fmt::D, convert::sse2::Vec>::type>},
+#define QVI_COPY(S, D) QVI_PIXELS(S, D)
+#define QVI_BAYER(S, D)
+const RouteTwins kRouteTwins[] = {
+#include "convert/routes.def"
+};
+#undef QVI_PIXELS
+#undef QVI_COPY
+#undef QVI_BAYER
+
+// Bytes a source line of w pixels spans: whole pairs for the packed formats.
+uint32_t SourceLineBytes(Fmt f, uint32_t w) {
+  if (f == Fmt::Y12P) return 3 * ((w + 1) / 2);
+  if (f == Fmt::YUV422) return 4 * ((w + 1) / 2);
+  return w * BytesPerPixel(f);
+}
+
+TEST(Differential, EveryConversionRouteMatchesThePortableLoop) {
+  const uint32_t widths[] = {1, 2, 15, 16, 17, 31, 32, 33, 47, 50};
+  const uint32_t heights[] = {1, 3};
+  std::mt19937 rng(11);
+  uint32_t i = 0;
+  for (const RouteTwins& route : kRouteTwins) {
+    for (uint32_t w : widths) {
+      for (uint32_t h : heights) {
+        const Geometry g(i++);
+        const uint32_t src_stride = SourceLineBytes(route.source, w) + g.src_extra;
+        const uint32_t dst_stride = w * BytesPerPixel(route.destination) + g.dst_extra;
+        std::vector<uint8_t> src(g.src_offset + uint64_t{src_stride} * h);
+        Fill(src.data(), src.size(), g.values == Values::kAllMax ? Values::kAllMax : Values::kRandom, 0, rng);
+        std::vector<uint8_t> portable(g.dst_offset + uint64_t{dst_stride} * h + 7, kCanary), fast = portable;
+        buffer::ConversionPair p;
+        p.src = src.data() + g.src_offset;
+        p.src_stride = src_stride;
+        p.dst_stride = dst_stride;
+        p.src_width = p.dst_width = w;
+        p.src_height = p.dst_height = h;
+        p.dst = portable.data() + g.dst_offset;
+        route.portable(p);
+        p.dst = fast.data() + g.dst_offset;
+        route.fast(p);
+        ASSERT_EQ(portable, fast) << "route " << int(route.source) << " -> " << int(route.destination) << " " << w
+                                  << "x" << h << " strides +" << g.src_extra << " +" << g.dst_extra << " offsets "
+                                  << g.src_offset << " " << g.dst_offset;
       }
     }
   }
