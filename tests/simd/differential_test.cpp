@@ -17,6 +17,7 @@
 #include "buffer/formats.h"
 #include "buffer/simd.h"
 #include "convert/lines.h"
+#include "field/field_rows.h"
 
 namespace qvi::test {
 namespace {
@@ -173,6 +174,52 @@ TEST(Differential, EveryConversionRouteMatchesThePortableLoop) {
                                   << "x" << h << " strides +" << g.src_extra << " +" << g.dst_extra << " offsets "
                                   << g.src_offset << " " << g.dst_offset;
       }
+    }
+  }
+}
+
+// ---- De-interlacing: the missing-line kernels of every shape. ----
+
+using RowKernel = void (*)(const uint8_t*, const uint8_t*, uint8_t*, uint32_t);
+struct RowTwins {
+  const char* name;
+  RowKernel portable, fast;
+};
+
+template <field::Shape S, class Op>
+constexpr RowTwins Interpolated(const char* name) {
+  return {name, &field::InterpolatedRow<S, Op, field::NoVec>, &field::InterpolatedRow<S, Op, field::sse2::Vec>};
+}
+
+TEST(Differential, EveryDeinterlacingRowMatchesThePortableLoop) {
+  using field::Bilinear;
+  using field::Median;
+  using field::Shape;
+  const RowTwins rows[] = {
+      {"mean", &field::MeanRow<field::NoVec>, &field::MeanRow<field::sse2::Vec>},
+      Interpolated<Shape::Grey8, Bilinear>("bilinear grey"),
+      Interpolated<Shape::Triple, Bilinear>("bilinear triple"),
+      Interpolated<Shape::Quad, Bilinear>("bilinear quad"),
+      Interpolated<Shape::Yuv422, Bilinear>("bilinear 4:2:2"),
+      Interpolated<Shape::Grey8, Median>("median grey"),
+      Interpolated<Shape::Triple, Median>("median triple"),
+      Interpolated<Shape::Quad, Median>("median quad"),
+      Interpolated<Shape::Yuv422, Median>("median 4:2:2"),
+  };
+  std::mt19937 rng(13);
+  uint32_t i = 0;
+  for (const RowTwins& row : rows) {
+    for (uint32_t n = 0; n <= 72; ++n) {
+      const Geometry g(i++);
+      // The two field lines back to back, the allocation ending with the second.
+      std::vector<uint8_t> lines(g.src_offset + 2 * n);
+      Fill(lines.data(), lines.size(), g.values == Values::kAllMax ? Values::kAllMax : Values::kRandom, 0, rng);
+      const uint8_t* above = lines.data() + g.src_offset;
+      std::vector<uint8_t> portable(g.dst_offset + n + 7, kCanary), fast = portable;
+      row.portable(above, above + n, portable.data() + g.dst_offset, n);
+      row.fast(above, above + n, fast.data() + g.dst_offset, n);
+      ASSERT_EQ(portable, fast) << row.name << " over " << n << " bytes, offsets " << g.src_offset << " "
+                                << g.dst_offset;
     }
   }
 }
