@@ -18,6 +18,7 @@
 #include "buffer/simd.h"
 #include "convert/lines.h"
 #include "field/field_rows.h"
+#include "file/tiff_rows.h"
 
 namespace qvi::test {
 namespace {
@@ -178,7 +179,8 @@ TEST(Differential, EveryConversionRouteMatchesThePortableLoop) {
   }
 }
 
-// ---- De-interlacing: the missing-line kernels of every shape. ----
+// ---- De-interlacing: the missing-line kernels of every shape; and the
+// TIFF strip's row, which has the same shape of call. ----
 
 using RowKernel = void (*)(const uint8_t*, const uint8_t*, uint8_t*, uint32_t);
 struct RowTwins {
@@ -205,11 +207,18 @@ TEST(Differential, EveryDeinterlacingRowMatchesThePortableLoop) {
       Interpolated<Shape::Triple, Median>("median triple"),
       Interpolated<Shape::Quad, Median>("median quad"),
       Interpolated<Shape::Yuv422, Median>("median 4:2:2"),
+      // The TIFF strip's BGR24 pixels in file order (one source line).
+      {"TIFF triplets", [](const uint8_t* a, const uint8_t*, uint8_t* out, uint32_t n) {
+         file::tiff::ReversedTripletRow<file::tiff::NoVec>::Convert(out, a, n / 3);
+       },
+       [](const uint8_t* a, const uint8_t*, uint8_t* out, uint32_t n) {
+         file::tiff::ReversedTripletRow<file::tiff::sse2::Vec>::Convert(out, a, n / 3);
+       }},
   };
   std::mt19937 rng(13);
   uint32_t i = 0;
   for (const RowTwins& row : rows) {
-    for (uint32_t n = 0; n <= 72; ++n) {
+    for (uint32_t n = 0; n <= 160; ++n) {
       const Geometry g(i++);
       // The two field lines back to back, the allocation ending with the second.
       std::vector<uint8_t> lines(g.src_offset + 2 * n);
