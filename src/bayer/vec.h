@@ -13,6 +13,9 @@
 #if QVI_HAVE_SSE2
 #include "bayer/rows_sse2.h"
 #endif
+#if QVI_HAVE_AVX2
+#include "bayer/rows_avx2.h"
+#endif
 
 namespace qvi::bayer {
 
@@ -29,7 +32,13 @@ struct NoVec {
   }
 };
 
-#if QVI_USE_SSE2
+// Not a policy: names the choice, per call, of the AVX2 policy where the
+// processor has AVX2 and of the SSE2 one elsewhere (demosaic.h).
+struct BestVec;
+
+#if QVI_USE_AVX2
+using DefaultVec = BestVec;
+#elif QVI_USE_SSE2
 using DefaultVec = sse2::Vec;
 #else
 using DefaultVec = NoVec;

@@ -27,7 +27,8 @@ namespace {
 
 enum class Values { kRandom, kAllMax, kInDepth };
 
-// Bytes of a pattern; `bits` bounds the kInDepth samples of 16-bit words.
+// Bytes of a pattern; `word_bits` (9 to 15) bounds the kInDepth samples of
+// 16-bit words.
 void Fill(uint8_t* p, size_t n, Values values, uint32_t word_bits, std::mt19937& rng) {
   for (size_t i = 0; i < n; ++i) {
     switch (values) {
@@ -35,7 +36,7 @@ void Fill(uint8_t* p, size_t n, Values values, uint32_t word_bits, std::mt19937&
       case Values::kAllMax: p[i] = 0xFF; break;
       case Values::kInDepth:
         p[i] = static_cast<uint8_t>(rng());
-        if (word_bits > 0 && word_bits < 16 && i % 2 == 1) p[i] &= static_cast<uint8_t>((1u << (word_bits - 8)) - 1);
+        if (word_bits > 8 && word_bits < 16 && i % 2 == 1) p[i] &= static_cast<uint8_t>((1u << (word_bits - 8)) - 1);
         break;
     }
   }
@@ -74,24 +75,29 @@ struct Geometry {
 
 using Entry = Status (*)(BufferHandle, BufferHandle, uint32_t);
 struct Twins {
-  Entry portable, fast;
+  Entry portable;
+  Entry fast[2];  // SSE2, AVX2
 };
 
-#define QVI_MEMBER(depth, packing, method, phase, deviations)                                              \
-  {&bayer::Demosaic<bayer::Member<bayer::Depth::depth, bayer::Packing::packing, bayer::Method::method,     \
-                                  bayer::Phase::phase, bayer::deviations>,                                 \
-                    bayer::NoVec>,                                                                         \
-   &bayer::Demosaic<bayer::Member<bayer::Depth::depth, bayer::Packing::packing, bayer::Method::method,     \
-                                  bayer::Phase::phase, bayer::deviations>,                                 \
-                    bayer::sse2::Vec>},
+#define QVI_M(depth, packing, method, phase, deviations)                                                 \
+  bayer::Member<bayer::Depth::depth, bayer::Packing::packing, bayer::Method::method, bayer::Phase::phase, \
+                bayer::deviations>
+#define QVI_MEMBER(depth, packing, method, phase, deviations)                                          \
+  {&bayer::Demosaic<QVI_M(depth, packing, method, phase, deviations), bayer::NoVec>,                  \
+   {&bayer::Demosaic<QVI_M(depth, packing, method, phase, deviations), bayer::sse2::Vec>,             \
+    &bayer::Demosaic<QVI_M(depth, packing, method, phase, deviations), bayer::avx2::Vec>}},
 const Twins kDemosaicTwins[] = {
 #include "bayer/members.def"
 };
 #undef QVI_MEMBER
+#undef QVI_M
+
+// The vector kernels this processor can run: SSE2, and AVX2 where present.
+int FastKinds() { return CpuHasAvx2() ? 2 : 1; }
 
 TEST(Differential, EveryDemosaicMemberMatchesThePortableLoop) {
   ASSERT_EQ(std::size(kDemosaicTwins), Members().size());
-  const uint32_t widths[] = {2, 3, 16, 17, 18, 19, 32, 33, 34, 35, 49, 51, 66, 67};
+  const uint32_t widths[] = {2, 3, 16, 17, 18, 19, 32, 33, 34, 35, 49, 51, 66, 67, 97, 98, 99};
   const uint32_t heights[] = {2, 3, 5};
   const uint32_t depths[] = {12, 10, 14, 16, 9, 13, 7, 6, 40, 11, 15};
   std::mt19937 rng(7);
@@ -109,12 +115,15 @@ TEST(Differential, EveryDemosaicMemberMatchesThePortableLoop) {
                    OverReadSamples(member, w, h) * sample);
         Fill(src.bytes.data(), src.bytes.size(), g.values, member.depth == Depth::BAY8 ? 0 : bits, rng);
         Placed portable(FormatOf(member.packing), w, h, dst_stride, g.dst_offset, 7);
-        Placed fast(FormatOf(member.packing), w, h, dst_stride, g.dst_offset, 7);
         ASSERT_EQ(kDemosaicTwins[m].portable(src.handle, portable.handle, bits), STATUS_OK);
-        ASSERT_EQ(kDemosaicTwins[m].fast(src.handle, fast.handle, bits), STATUS_OK);
-        ASSERT_EQ(portable.bytes, fast.bytes) << member.name << " " << w << "x" << h << " bits " << bits
-                                              << " strides +" << g.src_extra << " +" << g.dst_extra << " offsets "
-                                              << g.src_offset << " " << g.dst_offset;
+        for (int kind = 0; kind < FastKinds(); ++kind) {
+          Placed fast(FormatOf(member.packing), w, h, dst_stride, g.dst_offset, 7);
+          ASSERT_EQ(kDemosaicTwins[m].fast[kind](src.handle, fast.handle, bits), STATUS_OK);
+          ASSERT_EQ(portable.bytes, fast.bytes)
+              << (kind == 0 ? "SSE2 " : "AVX2 ") << member.name << " " << w << "x" << h << " bits " << bits
+              << " strides +" << g.src_extra << " +" << g.dst_extra << " offsets " << g.src_offset << " "
+              << g.dst_offset;
+        }
       }
     }
   }
