@@ -134,12 +134,13 @@ TEST(Differential, EveryDemosaicMemberMatchesThePortableLoop) {
 using Walk = void (*)(const buffer::ConversionPair&);
 struct RouteTwins {
   Fmt source, destination;
-  Walk portable, fast;
+  Walk portable;
+  Walk fast[2];  // SSE2, AVX2
 };
 
-#define QVI_PIXELS(S, D)                                                                           \
-  {Fmt::S, Fmt::D, &convert::WalkLines<convert::RouteLine<Fmt::S, Fmt::D, convert::NoVec>::type>, \
-   &convert::WalkLines<convert::RouteLine<Fmt::S, Fmt::D, convert::sse2::Vec>::type>},
+#define QVI_PIXELS(S, D)                                                                    \
+  {Fmt::S, Fmt::D, &convert::WalkRoute<Fmt::S, Fmt::D, convert::NoVec>,                    \
+   {&convert::WalkRoute<Fmt::S, Fmt::D, convert::sse2::Vec>, &convert::WalkRoute<Fmt::S, Fmt::D, convert::avx2::Vec>}},
 #define QVI_COPY(S, D) QVI_PIXELS(S, D)
 #define QVI_BAYER(S, D)
 const RouteTwins kRouteTwins[] = {
@@ -157,7 +158,7 @@ uint32_t SourceLineBytes(Fmt f, uint32_t w) {
 }
 
 TEST(Differential, EveryConversionRouteMatchesThePortableLoop) {
-  const uint32_t widths[] = {1, 2, 15, 16, 17, 31, 32, 33, 47, 50};
+  const uint32_t widths[] = {1, 2, 15, 16, 17, 31, 32, 33, 47, 50, 63, 64, 65, 97};
   const uint32_t heights[] = {1, 3};
   std::mt19937 rng(11);
   uint32_t i = 0;
@@ -169,7 +170,7 @@ TEST(Differential, EveryConversionRouteMatchesThePortableLoop) {
         const uint32_t dst_stride = w * BytesPerPixel(route.destination) + g.dst_extra;
         std::vector<uint8_t> src(g.src_offset + uint64_t{src_stride} * h);
         Fill(src.data(), src.size(), g.values == Values::kAllMax ? Values::kAllMax : Values::kRandom, 0, rng);
-        std::vector<uint8_t> portable(g.dst_offset + uint64_t{dst_stride} * h + 7, kCanary), fast = portable;
+        std::vector<uint8_t> portable(g.dst_offset + uint64_t{dst_stride} * h + 7, kCanary);
         buffer::ConversionPair p;
         p.src = src.data() + g.src_offset;
         p.src_stride = src_stride;
@@ -178,11 +179,14 @@ TEST(Differential, EveryConversionRouteMatchesThePortableLoop) {
         p.src_height = p.dst_height = h;
         p.dst = portable.data() + g.dst_offset;
         route.portable(p);
-        p.dst = fast.data() + g.dst_offset;
-        route.fast(p);
-        ASSERT_EQ(portable, fast) << "route " << int(route.source) << " -> " << int(route.destination) << " " << w
-                                  << "x" << h << " strides +" << g.src_extra << " +" << g.dst_extra << " offsets "
-                                  << g.src_offset << " " << g.dst_offset;
+        for (int kind = 0; kind < FastKinds(); ++kind) {
+          std::vector<uint8_t> fast(portable.size(), kCanary);
+          p.dst = fast.data() + g.dst_offset;
+          route.fast[kind](p);
+          ASSERT_EQ(portable, fast) << (kind == 0 ? "SSE2 " : "AVX2 ") << "route " << int(route.source) << " -> "
+                                    << int(route.destination) << " " << w << "x" << h << " strides +" << g.src_extra
+                                    << " +" << g.dst_extra << " offsets " << g.src_offset << " " << g.dst_offset;
+        }
       }
     }
   }

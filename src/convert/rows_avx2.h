@@ -1,0 +1,176 @@
+// AVX2 line kernels of the conversions, thirty-two pixels a block, for the
+// same pairs of reader and writer as the SSE2 ones (rows_sse2.h) and with
+// the same arithmetic.  A block reads and writes exactly its pixels' bytes.
+#pragma once
+
+#include <immintrin.h>
+
+#include <cstdint>
+#include <type_traits>
+
+#include "buffer/avx2.h"
+#include "convert/rows_sse2.h"
+
+namespace qvi::convert::avx2 {
+
+using qvi::avx2::LoadU;
+using qvi::avx2::Quads;
+using qvi::avx2::StoreU;
+using sse2::k555;
+using sse2::k565;
+using sse2::kBytes24;
+using sse2::kBytes32;
+using sse2::kGreySource;
+
+inline constexpr uint32_t kBlock = 32;
+
+template <class R>
+QVI_AVX2 __m256i GreyBytes(const uint8_t* s) {
+  if constexpr (std::is_same_v<R, Reader<Fmt::Y8>>) {
+    return LoadU(s);
+  } else {
+    const __m128i shift = _mm_cvtsi32_si128(static_cast<int>(R::kSignificantBits) - 8);
+    const __m256i mask = _mm256_set1_epi16(0x00FF);
+    const __m256i lo = _mm256_and_si256(_mm256_srl_epi16(LoadU(s), shift), mask);
+    const __m256i hi = _mm256_and_si256(_mm256_srl_epi16(LoadU(s + 32), shift), mask);
+    return _mm256_permute4x64_epi64(_mm256_packus_epi16(lo, hi), 0xD8);
+  }
+}
+
+template <class R, class W>
+QVI_AVX2 uint32_t GreyRows(const uint8_t* s, uint8_t* d, uint32_t w) {
+  uint32_t x = 0;
+  for (; w - x >= kBlock; x += kBlock, s += kBlock * R::kBytes, d += kBlock * W::kBytes) {
+    const __m256i v = GreyBytes<R>(s);
+    if constexpr (std::is_same_v<W, Writer<Fmt::Y8>>) {
+      StoreU(d, v);
+    } else {
+      const Quads q = qvi::avx2::Interleave4(v, v, v, v);
+      if constexpr (kBytes24<W>) {
+        qvi::avx2::Store24(d, q);
+      } else {
+        for (int i = 0; i < 4; ++i) StoreU(d + 32 * i, q.q[i]);
+      }
+    }
+  }
+  return x;
+}
+
+// Field `kBits` wide from the top of the channel at bit kFrom, ending at bit kToTop.
+template <int kFrom, int kBits, int kToTop>
+QVI_AVX2 __m256i Field(__m256i v) {
+  constexpr int kShift = kFrom + 8 - kToTop;
+  constexpr uint32_t kMask = ((1u << kBits) - 1u) << (kToTop - kBits);
+  const __m256i shifted = kShift >= 0 ? _mm256_srli_epi32(v, kShift) : _mm256_slli_epi32(v, -kShift);
+  return _mm256_and_si256(shifted, _mm256_set1_epi32(static_cast<int>(kMask)));
+}
+
+template <class W>
+QVI_AVX2 __m256i PackedWord(__m256i v) {
+  constexpr int kHigh = W::kRedInHighField ? 16 : 0, kLow = W::kRedInHighField ? 0 : 16;
+  if constexpr (k565<W>) {
+    return _mm256_or_si256(_mm256_or_si256(Field<kHigh, 5, 16>(v), Field<8, 6, 11>(v)), Field<kLow, 5, 5>(v));
+  } else {
+    return _mm256_or_si256(_mm256_or_si256(Field<kHigh, 5, 15>(v), Field<8, 5, 10>(v)), Field<kLow, 5, 5>(v));
+  }
+}
+
+// Sixteen 16-bit words of 2 x 8 32-bit lanes below 2^16, in order.
+QVI_AVX2 inline __m256i Low16(__m256i a, __m256i b) {
+  return _mm256_permute4x64_epi64(_mm256_packus_epi32(a, b), 0xD8);
+}
+
+template <class W>
+QVI_AVX2 uint32_t Bgr24Rows(const uint8_t* s, uint8_t* d, uint32_t w) {
+  uint32_t x = 0;
+  for (; w - x >= kBlock; x += kBlock, s += 3 * kBlock, d += kBlock * W::kBytes) {
+    if constexpr (kBytes24<W>) {
+      qvi::avx2::Store24(d, qvi::avx2::Load24<W::kRedFirst>(s));
+    } else if constexpr (kBytes32<W>) {
+      qvi::avx2::Store32KeepingX<W::kColourOffset, true>(d, qvi::avx2::Load24<W::kRedFirst, W::kColourOffset>(s));
+    } else {
+      const Quads q = qvi::avx2::Load24(s);
+      StoreU(d, Low16(PackedWord<W>(q.q[0]), PackedWord<W>(q.q[1])));
+      StoreU(d + 32, Low16(PackedWord<W>(q.q[2]), PackedWord<W>(q.q[3])));
+    }
+  }
+  return x;
+}
+
+QVI_AVX2 inline uint32_t ReversedBgrx32Rows(const uint8_t* s, uint8_t* d, uint32_t w) {
+  uint32_t x = 0;
+  for (; w - x >= kBlock; x += kBlock, s += 4 * kBlock, d += 3 * kBlock) {
+    qvi::avx2::Store24<true>(d, {{LoadU(s), LoadU(s + 32), LoadU(s + 64), LoadU(s + 96)}});
+  }
+  return x;
+}
+
+// Each pair's 32-bit chroma term in both 16-bit halves: one per pixel.
+QVI_AVX2 inline __m256i PerPixel(__m256i pair_values) {
+  return _mm256_or_si256(_mm256_and_si256(pair_values, _mm256_set1_epi32(0xFFFF)), _mm256_slli_epi32(pair_values, 16));
+}
+
+template <class W>
+QVI_AVX2 uint32_t Yuv422Rows(const uint8_t* s, uint8_t* d, uint32_t w) {
+  const __m256i low = _mm256_set1_epi16(0x00FF), offset = _mm256_set1_epi16(128);
+  const __m256i to_b = _mm256_set1_epi32(1815), to_r = _mm256_set1_epi32(1436 << 16);
+  const __m256i from_g = _mm256_set1_epi32(352 | (731 << 16));
+  uint32_t x = 0;
+  for (; w - x >= kBlock; x += kBlock, s += 2 * kBlock, d += kBlock * W::kBytes) {
+    __m256i r[2], g[2], b[2];
+    for (int i = 0; i < 2; ++i) {
+      const __m256i v = LoadU(s + 32 * i);
+      const __m256i luma = _mm256_and_si256(v, low);
+      const __m256i uv = _mm256_sub_epi16(_mm256_srli_epi16(v, 8), offset);
+      b[i] = _mm256_add_epi16(luma, PerPixel(_mm256_srai_epi32(_mm256_madd_epi16(uv, to_b), 10)));
+      g[i] = _mm256_sub_epi16(luma, PerPixel(_mm256_srai_epi32(_mm256_madd_epi16(uv, from_g), 10)));
+      r[i] = _mm256_add_epi16(luma, PerPixel(_mm256_srai_epi32(_mm256_madd_epi16(uv, to_r), 10)));
+    }
+    // Clamped to 0..255 by the saturating pack.
+    const __m256i bb = _mm256_permute4x64_epi64(_mm256_packus_epi16(b[0], b[1]), 0xD8);
+    const __m256i gg = _mm256_permute4x64_epi64(_mm256_packus_epi16(g[0], g[1]), 0xD8);
+    const __m256i rr = _mm256_permute4x64_epi64(_mm256_packus_epi16(r[0], r[1]), 0xD8);
+    const Quads q = W::kRedFirst ? qvi::avx2::Interleave(rr, gg, bb) : qvi::avx2::Interleave(bb, gg, rr);
+    if constexpr (kBytes24<W>) {
+      qvi::avx2::Store24(d, q);
+    } else {
+      qvi::avx2::Store32KeepingX<W::kColourOffset>(d, q);
+    }
+  }
+  return x;
+}
+
+struct Vec {
+  // Whether a pair of reader and writer has a kernel here.
+  template <class R, class W>
+  static constexpr bool kPixels =
+      (kGreySource<R> && (std::is_same_v<W, Writer<Fmt::Y8>> || kBytes24<W> || kBytes32<W>)) ||
+      (std::is_same_v<R, Reader<Fmt::BGR24>> && (kBytes24<W> || kBytes32<W> || k565<W> || k555<W>)) ||
+      (std::is_same_v<R, Reader<Fmt::BGRX32>> && std::is_same_v<W, Writer<Fmt::BGR24>>);
+  template <class R, class W>
+  static constexpr bool kPairs = std::is_same_v<R, Reader<Fmt::YUV422>> && (kBytes24<W> || kBytes32<W>);
+
+  template <class R, class W>
+  QVI_AVX2 static uint32_t Pixels(const uint8_t* s, uint8_t* d, uint32_t w) {
+    if constexpr (kGreySource<R> && (std::is_same_v<W, Writer<Fmt::Y8>> || kBytes24<W> || kBytes32<W>)) {
+      return GreyRows<R, W>(s, d, w);
+    } else if constexpr (std::is_same_v<R, Reader<Fmt::BGR24>> && (kBytes24<W> || kBytes32<W> || k565<W> || k555<W>)) {
+      return Bgr24Rows<W>(s, d, w);
+    } else if constexpr (std::is_same_v<R, Reader<Fmt::BGRX32>> && std::is_same_v<W, Writer<Fmt::BGR24>>) {
+      return ReversedBgrx32Rows(s, d, w);
+    } else {
+      return 0;
+    }
+  }
+
+  template <class R, class W>
+  QVI_AVX2 static uint32_t Pairs(const uint8_t* s, uint8_t* d, uint32_t w) {
+    if constexpr (kPairs<R, W>) {
+      return Yuv422Rows<W>(s, d, w);
+    } else {
+      return 0;
+    }
+  }
+};
+
+}  // namespace qvi::convert::avx2
