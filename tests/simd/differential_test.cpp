@@ -198,12 +198,15 @@ TEST(Differential, EveryConversionRouteMatchesThePortableLoop) {
 using RowKernel = void (*)(const uint8_t*, const uint8_t*, uint8_t*, uint32_t);
 struct RowTwins {
   const char* name;
-  RowKernel portable, fast;
+  RowKernel portable;
+  RowKernel fast[2];  // SSE2, AVX2
 };
 
 template <field::Shape S, class Op>
 constexpr RowTwins Interpolated(const char* name) {
-  return {name, &field::InterpolatedRow<S, Op, field::NoVec>, &field::InterpolatedRow<S, Op, field::sse2::Vec>};
+  return {name,
+          &field::InterpolatedRow<S, Op, field::NoVec>,
+          {&field::InterpolatedRow<S, Op, field::sse2::Vec>, &field::InterpolatedRow<S, Op, field::avx2::Vec>}};
 }
 
 TEST(Differential, EveryDeinterlacingRowMatchesThePortableLoop) {
@@ -211,7 +214,7 @@ TEST(Differential, EveryDeinterlacingRowMatchesThePortableLoop) {
   using field::Median;
   using field::Shape;
   const RowTwins rows[] = {
-      {"mean", &field::MeanRow<field::NoVec>, &field::MeanRow<field::sse2::Vec>},
+      {"mean", &field::MeanRow<field::NoVec>, {&field::MeanRow<field::sse2::Vec>, &field::MeanRow<field::avx2::Vec>}},
       Interpolated<Shape::Grey8, Bilinear>("bilinear grey"),
       Interpolated<Shape::Triple, Bilinear>("bilinear triple"),
       Interpolated<Shape::Quad, Bilinear>("bilinear quad"),
@@ -221,12 +224,16 @@ TEST(Differential, EveryDeinterlacingRowMatchesThePortableLoop) {
       Interpolated<Shape::Quad, Median>("median quad"),
       Interpolated<Shape::Yuv422, Median>("median 4:2:2"),
       // The TIFF strip's BGR24 pixels in file order (one source line).
-      {"TIFF triplets", [](const uint8_t* a, const uint8_t*, uint8_t* out, uint32_t n) {
+      {"TIFF triplets",
+       [](const uint8_t* a, const uint8_t*, uint8_t* out, uint32_t n) {
          file::tiff::ReversedTripletRow<file::tiff::NoVec>::Convert(out, a, n / 3);
        },
-       [](const uint8_t* a, const uint8_t*, uint8_t* out, uint32_t n) {
-         file::tiff::ReversedTripletRow<file::tiff::sse2::Vec>::Convert(out, a, n / 3);
-       }},
+       {[](const uint8_t* a, const uint8_t*, uint8_t* out, uint32_t n) {
+          file::tiff::ReversedTripletRow<file::tiff::sse2::Vec>::Convert(out, a, n / 3);
+        },
+        [](const uint8_t* a, const uint8_t*, uint8_t* out, uint32_t n) {
+          file::tiff::ReversedTripletRow<file::tiff::sse2::Vec>::Convert(out, a, n / 3);
+        }}},
   };
   std::mt19937 rng(13);
   uint32_t i = 0;
@@ -237,11 +244,14 @@ TEST(Differential, EveryDeinterlacingRowMatchesThePortableLoop) {
       std::vector<uint8_t> lines(g.src_offset + 2 * n);
       Fill(lines.data(), lines.size(), g.values == Values::kAllMax ? Values::kAllMax : Values::kRandom, 0, rng);
       const uint8_t* above = lines.data() + g.src_offset;
-      std::vector<uint8_t> portable(g.dst_offset + n + 7, kCanary), fast = portable;
+      std::vector<uint8_t> portable(g.dst_offset + n + 7, kCanary);
       row.portable(above, above + n, portable.data() + g.dst_offset, n);
-      row.fast(above, above + n, fast.data() + g.dst_offset, n);
-      ASSERT_EQ(portable, fast) << row.name << " over " << n << " bytes, offsets " << g.src_offset << " "
-                                << g.dst_offset;
+      for (int kind = 0; kind < FastKinds(); ++kind) {
+        std::vector<uint8_t> fast(portable.size(), kCanary);
+        row.fast[kind](above, above + n, fast.data() + g.dst_offset, n);
+        ASSERT_EQ(portable, fast) << (kind == 0 ? "SSE2 " : "AVX2 ") << row.name << " over " << n
+                                  << " bytes, offsets " << g.src_offset << " " << g.dst_offset;
+      }
     }
   }
 }
