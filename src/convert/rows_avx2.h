@@ -29,11 +29,42 @@ QVI_AVX2 __m256i GreyBytes(const uint8_t* s) {
   if constexpr (std::is_same_v<R, Reader<Fmt::Y8>>) {
     return LoadU(s);
   } else {
-    const __m128i shift = _mm_cvtsi32_si128(static_cast<int>(R::kSignificantBits) - 8);
+    constexpr int kShift = static_cast<int>(R::kSignificantBits) - 8;
     const __m256i mask = _mm256_set1_epi16(0x00FF);
-    const __m256i lo = _mm256_and_si256(_mm256_srl_epi16(LoadU(s), shift), mask);
-    const __m256i hi = _mm256_and_si256(_mm256_srl_epi16(LoadU(s + 32), shift), mask);
+    const __m256i lo = _mm256_and_si256(_mm256_srli_epi16(LoadU(s), kShift), mask);
+    const __m256i hi = _mm256_and_si256(_mm256_srli_epi16(LoadU(s + 32), kShift), mask);
     return _mm256_permute4x64_epi64(_mm256_packus_epi16(lo, hi), 0xD8);
+  }
+}
+
+// Sixteen bytes in both 128-bit halves.
+QVI_AVX2 inline __m256i Both(__m128i v) { return _mm256_broadcastsi128_si256(v); }
+
+// 8-bit grey sources into 24- and 32-bit pixels: each output vector is a
+// shuffle of sixteen grey values repeated in both halves.
+QVI_AVX2 inline void Grey8To24(const uint8_t* s, uint8_t* d) {
+  const __m256i first = _mm256_setr_epi8(0, 0, 0, 1, 1, 1, 2, 2, 2, 3, 3, 3, 4, 4, 4, 5,  //
+                                         5, 5, 6, 6, 6, 7, 7, 7, 8, 8, 8, 9, 9, 9, 10, 10);
+  // Output bytes 32-63 are pixels 10 2/3 to 21 1/3, taken from grey 10 on;
+  // bytes 64-95 pixels 21 1/3 to 31, from grey 16 on.
+  const __m256i second = _mm256_setr_epi8(0, 1, 1, 1, 2, 2, 2, 3, 3, 3, 4, 4, 4, 5, 5, 5,  //
+                                          6, 6, 6, 7, 7, 7, 8, 8, 8, 9, 9, 9, 10, 10, 10, 11);
+  const __m256i third = _mm256_setr_epi8(5, 5, 6, 6, 6, 7, 7, 7, 8, 8, 8, 9, 9, 9, 10, 10,  //
+                                         10, 11, 11, 11, 12, 12, 12, 13, 13, 13, 14, 14, 14, 15, 15, 15);
+  const auto load = [](const uint8_t* p) { return _mm_loadu_si128(reinterpret_cast<const __m128i*>(p)); };
+  StoreU(d, _mm256_shuffle_epi8(Both(load(s)), first));
+  StoreU(d + 32, _mm256_shuffle_epi8(Both(load(s + 10)), second));
+  StoreU(d + 64, _mm256_shuffle_epi8(Both(load(s + 16)), third));
+}
+QVI_AVX2 inline void Grey8To32(const uint8_t* s, uint8_t* d) {
+  const __m256i low = _mm256_setr_epi8(0, 0, 0, 0, 1, 1, 1, 1, 2, 2, 2, 2, 3, 3, 3, 3,  //
+                                       4, 4, 4, 4, 5, 5, 5, 5, 6, 6, 6, 6, 7, 7, 7, 7);
+  const __m256i high = _mm256_setr_epi8(8, 8, 8, 8, 9, 9, 9, 9, 10, 10, 10, 10, 11, 11, 11, 11,  //
+                                        12, 12, 12, 12, 13, 13, 13, 13, 14, 14, 14, 14, 15, 15, 15, 15);
+  for (int i = 0; i < 2; ++i) {
+    const __m256i v = Both(_mm_loadu_si128(reinterpret_cast<const __m128i*>(s + 16 * i)));
+    StoreU(d + 64 * i, _mm256_shuffle_epi8(v, low));
+    StoreU(d + 64 * i + 32, _mm256_shuffle_epi8(v, high));
   }
 }
 
@@ -41,15 +72,21 @@ template <class R, class W>
 QVI_AVX2 uint32_t GreyRows(const uint8_t* s, uint8_t* d, uint32_t w) {
   uint32_t x = 0;
   for (; w - x >= kBlock; x += kBlock, s += kBlock * R::kBytes, d += kBlock * W::kBytes) {
-    const __m256i v = GreyBytes<R>(s);
-    if constexpr (std::is_same_v<W, Writer<Fmt::Y8>>) {
-      StoreU(d, v);
+    if constexpr (std::is_same_v<R, Reader<Fmt::Y8>> && kBytes24<W>) {
+      Grey8To24(s, d);
+    } else if constexpr (std::is_same_v<R, Reader<Fmt::Y8>> && kBytes32<W>) {
+      Grey8To32(s, d);
     } else {
-      const Quads q = qvi::avx2::Interleave4(v, v, v, v);
-      if constexpr (kBytes24<W>) {
-        qvi::avx2::Store24(d, q);
+      const __m256i v = GreyBytes<R>(s);
+      if constexpr (std::is_same_v<W, Writer<Fmt::Y8>>) {
+        StoreU(d, v);
       } else {
-        for (int i = 0; i < 4; ++i) StoreU(d + 32 * i, q.q[i]);
+        const Quads q = qvi::avx2::Interleave4(v, v, v, v);
+        if constexpr (kBytes24<W>) {
+          qvi::avx2::Store24(d, q);
+        } else {
+          for (int i = 0; i < 4; ++i) StoreU(d + 32 * i, q.q[i]);
+        }
       }
     }
   }
