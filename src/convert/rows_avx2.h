@@ -40,21 +40,20 @@ QVI_AVX2 __m256i GreyBytes(const uint8_t* s) {
 // Sixteen bytes in both 128-bit halves.
 QVI_AVX2 inline __m256i Both(__m128i v) { return _mm256_broadcastsi128_si256(v); }
 
-// 8-bit grey sources into 24- and 32-bit pixels: each output vector is a
-// shuffle of sixteen grey values repeated in both halves.
+
+// 8-bit grey sources into 24- and 32-bit pixels: byte shuffles of sixteen
+// grey values, stored sixteen bytes at a time.
 QVI_AVX2 inline void Grey8To24(const uint8_t* s, uint8_t* d) {
-  const __m256i first = _mm256_setr_epi8(0, 0, 0, 1, 1, 1, 2, 2, 2, 3, 3, 3, 4, 4, 4, 5,  //
-                                         5, 5, 6, 6, 6, 7, 7, 7, 8, 8, 8, 9, 9, 9, 10, 10);
-  // Output bytes 32-63 are pixels 10 2/3 to 21 1/3, taken from grey 10 on;
-  // bytes 64-95 pixels 21 1/3 to 31, from grey 16 on.
-  const __m256i second = _mm256_setr_epi8(0, 1, 1, 1, 2, 2, 2, 3, 3, 3, 4, 4, 4, 5, 5, 5,  //
-                                          6, 6, 6, 7, 7, 7, 8, 8, 8, 9, 9, 9, 10, 10, 10, 11);
-  const __m256i third = _mm256_setr_epi8(5, 5, 6, 6, 6, 7, 7, 7, 8, 8, 8, 9, 9, 9, 10, 10,  //
-                                         10, 11, 11, 11, 12, 12, 12, 13, 13, 13, 14, 14, 14, 15, 15, 15);
-  const auto load = [](const uint8_t* p) { return _mm_loadu_si128(reinterpret_cast<const __m128i*>(p)); };
-  StoreU(d, _mm256_shuffle_epi8(Both(load(s)), first));
-  StoreU(d + 32, _mm256_shuffle_epi8(Both(load(s + 10)), second));
-  StoreU(d + 64, _mm256_shuffle_epi8(Both(load(s + 16)), third));
+  const __m128i first = _mm_setr_epi8(0, 0, 0, 1, 1, 1, 2, 2, 2, 3, 3, 3, 4, 4, 4, 5);
+  const __m128i second = _mm_setr_epi8(5, 5, 6, 6, 6, 7, 7, 7, 8, 8, 8, 9, 9, 9, 10, 10);
+  const __m128i third = _mm_setr_epi8(10, 11, 11, 11, 12, 12, 12, 13, 13, 13, 14, 14, 14, 15, 15, 15);
+  for (int i = 0; i < 2; ++i) {
+    const __m128i v = _mm_loadu_si128(reinterpret_cast<const __m128i*>(s + 16 * i));
+    uint8_t* out = d + 48 * i;
+    _mm_storeu_si128(reinterpret_cast<__m128i*>(out), _mm_shuffle_epi8(v, first));
+    _mm_storeu_si128(reinterpret_cast<__m128i*>(out + 16), _mm_shuffle_epi8(v, second));
+    _mm_storeu_si128(reinterpret_cast<__m128i*>(out + 32), _mm_shuffle_epi8(v, third));
+  }
 }
 QVI_AVX2 inline void Grey8To32(const uint8_t* s, uint8_t* d) {
   const __m256i low = _mm256_setr_epi8(0, 0, 0, 0, 1, 1, 1, 1, 2, 2, 2, 2, 3, 3, 3, 3,  //
