@@ -141,9 +141,15 @@ QVI_AVX2 inline uint32_t ReversedBgrx32Rows(const uint8_t* s, uint8_t* d, uint32
   return x;
 }
 
-// Each pair's 32-bit chroma term in both 16-bit halves: one per pixel.
-QVI_AVX2 inline __m256i PerPixel(__m256i pair_values) {
-  return _mm256_or_si256(_mm256_and_si256(pair_values, _mm256_set1_epi32(0xFFFF)), _mm256_slli_epi32(pair_values, 16));
+// Sixteen pairs' 32-bit chroma terms (eight from each of two vectors, in
+// order within each) as one 16-bit term per pixel, lined up with the luma
+// of those vectors: packing interleaves the halves, and unpacking each term
+// with itself puts pairs 0-7 against the first vector's pixels and pairs
+// 8-15 against the second's.
+QVI_AVX2 inline void PerPixel(__m256i first, __m256i second, __m256i* for_first, __m256i* for_second) {
+  const __m256i terms = _mm256_packs_epi32(first, second);
+  *for_first = _mm256_unpacklo_epi16(terms, terms);
+  *for_second = _mm256_unpackhi_epi16(terms, terms);
 }
 
 template <class W>
@@ -153,14 +159,24 @@ QVI_AVX2 uint32_t Yuv422Rows(const uint8_t* s, uint8_t* d, uint32_t w) {
   const __m256i from_g = _mm256_set1_epi32(352 | (731 << 16));
   uint32_t x = 0;
   for (; w - x >= kBlock; x += kBlock, s += 2 * kBlock, d += kBlock * W::kBytes) {
-    __m256i r[2], g[2], b[2];
+    __m256i luma[2], cb[2], cg[2], cr[2];
     for (int i = 0; i < 2; ++i) {
       const __m256i v = LoadU(s + 32 * i);
-      const __m256i luma = _mm256_and_si256(v, low);
-      const __m256i uv = _mm256_sub_epi16(_mm256_srli_epi16(v, 8), offset);
-      b[i] = _mm256_add_epi16(luma, PerPixel(_mm256_srai_epi32(_mm256_madd_epi16(uv, to_b), 10)));
-      g[i] = _mm256_sub_epi16(luma, PerPixel(_mm256_srai_epi32(_mm256_madd_epi16(uv, from_g), 10)));
-      r[i] = _mm256_add_epi16(luma, PerPixel(_mm256_srai_epi32(_mm256_madd_epi16(uv, to_r), 10)));
+      luma[i] = _mm256_and_si256(v, low);
+      const __m256i uv = _mm256_sub_epi16(_mm256_srli_epi16(v, 8), offset);  // u, v of eight pairs
+      cb[i] = _mm256_srai_epi32(_mm256_madd_epi16(uv, to_b), 10);             // (1815 u) >> 10
+      cg[i] = _mm256_srai_epi32(_mm256_madd_epi16(uv, from_g), 10);           // (352 u + 731 v) >> 10
+      cr[i] = _mm256_srai_epi32(_mm256_madd_epi16(uv, to_r), 10);             // (1436 v) >> 10
+    }
+    __m256i pb[2], pg[2], pr[2];
+    PerPixel(cb[0], cb[1], &pb[0], &pb[1]);
+    PerPixel(cg[0], cg[1], &pg[0], &pg[1]);
+    PerPixel(cr[0], cr[1], &pr[0], &pr[1]);
+    __m256i r[2], g[2], b[2];
+    for (int i = 0; i < 2; ++i) {
+      b[i] = _mm256_add_epi16(luma[i], pb[i]);
+      g[i] = _mm256_sub_epi16(luma[i], pg[i]);
+      r[i] = _mm256_add_epi16(luma[i], pr[i]);
     }
     // Clamped to 0..255 by the saturating pack.
     const __m256i bb = _mm256_permute4x64_epi64(_mm256_packus_epi16(b[0], b[1]), 0xD8);
