@@ -259,13 +259,351 @@ QVI_API Status QVI_Convert(BufferHandle source, BufferHandle destination);
 /* Field to frame                                                           */
 /* ------------------------------------------------------------------------ */
 
-/* (de-interlacing functions follow) */
+/*
+ * De-interlacing: a field of H lines (every other line of an interlaced
+ * frame) becomes a frame of 2H lines in a second buffer.  The field's lines
+ * are copied into place and each missing line is made from the field lines
+ * above and below it: by repeating one (QVI_FieldToFrame_LineDup), by their
+ * byte-wise mean (QVI_FieldToFrame_LineAve), by a weighted mean of six bytes
+ * (QVI_FieldToFrame_Bilinear) or by the median of six bytes
+ * (QVI_FieldToFrame_Median).
+ *
+ * Geometry.  With S the field's stride, every frame line is S bytes and
+ * frame line k starts k x S bytes after the frame's address, whatever the
+ * frame's own stride: the frame's stride, width and height serve only the
+ * size check below, so a frame whose stride differs from the field's
+ * receives its lines at the field's spacing (pass a frame with the field's
+ * stride).  A frame of 2H lines is 2 x H x S bytes (the median on 4-byte
+ * formats writes fewer, see there); nothing before the frame's address is
+ * written.  Lines are copied and averaged whole, padding included.
+ *
+ * Line order, with L0 .. L(H-1) the field's lines and M(i) the missing line
+ * made from Li and Li+1:
+ *   FIELD_PARITY_ODD (0): the field gives frame lines 1, 3, .., 2H-1; the
+ *       frame is L0, then Li, M(i) for i = 0 .. H-2, then L(H-1).
+ *   any other value: the field gives frame lines 0, 2, .., 2H-2; the frame
+ *       is Li, M(i) for i = 0 .. H-2, then L(H-1) twice.
+ * A field of one line gives L0 twice with either parity.
+ *
+ * Checks of the four methods, in order; each failure returns
+ * STATUS_BAD_BUFFER with nothing written:
+ *   1. the field's validity, 0 fails.  The frame's validity is then asked for
+ *      but its answer is not looked at: the field's answer is tested a second
+ *      time in its place, so a method called directly accepts an invalid
+ *      frame handle (QVI_FieldToFrame refuses it before calling the method).
+ *   2. the field's address, then the frame's, are asked for; then either
+ *      being 0 fails.
+ *   3. bilinear and median only: the field's format is asked for.
+ *   4. both strides, both heights, both widths are asked for (field first).
+ *   5. 2 x field width x field height greater than frame stride x frame
+ *      height fails, products and comparison in unsigned 32-bit arithmetic.
+ *      The field's width in pixels enters this test, not its stride.
+ * Bilinear and median then return STATUS_BAD_PARAMETER for a format they do
+ * not take (0 included).  The line methods never ask for the format and
+ * never return STATUS_BAD_PARAMETER.
+ *
+ * Choices for input outside this contract:
+ *   - A field height of 0 passes the checks, writes nothing and returns
+ *     STATUS_OK.
+ *   - No byte outside frame address .. + frame stride x frame height is
+ *     written and no byte outside field address .. + S x H is read.  As the
+ *     size check counts the field's width, not its stride, a frame can pass
+ *     it and still be shorter than its 2H lines: the walk then stops before
+ *     the first frame line that would not fit (the lines before it are
+ *     written as usual) and the call returns STATUS_OK.
+ *   - Field and frame must not overlap; if they do, the values written are
+ *     unspecified but nothing outside the two buffers is touched.
+ */
+
+/* Methods of QVI_FieldToFrame. */
+typedef uint32_t FieldToFrameMethod;
+#define FIELD_TO_FRAME_LINE_DUP UINT32_C(0)  /* QVI_FieldToFrame_LineDup */
+#define FIELD_TO_FRAME_LINE_AVE UINT32_C(1)  /* QVI_FieldToFrame_LineAve */
+#define FIELD_TO_FRAME_BILINEAR UINT32_C(2)  /* QVI_FieldToFrame_Bilinear */
+#define FIELD_TO_FRAME_MEDIAN UINT32_C(3)    /* QVI_FieldToFrame_Median */
+
+/* Which frame lines the field supplies.  Every value other than 0 means the
+ * even lines. */
+typedef uint32_t FieldParity;
+#define FIELD_PARITY_ODD UINT32_C(0)   /* frame lines 1, 3, 5, .. */
+#define FIELD_PARITY_EVEN UINT32_C(1)  /* frame lines 0, 2, 4, .. */
+
+/*
+ * QVI_FieldToFrame_LineDup - each missing line repeats a field line: with
+ * FIELD_PARITY_ODD frame line 0 repeats L0 (the field line below it) and
+ * every later missing line the field line above it; with any other parity
+ * every missing line repeats the field line above it and the last frame line
+ * repeats L(H-1).  Every line is one block copy of S bytes.
+ *
+ * Returns STATUS_OK, or STATUS_BAD_BUFFER from the checks above.
+ */
+QVI_API Status QVI_FieldToFrame_LineDup(BufferHandle field, BufferHandle frame, FieldParity parity);
+
+/*
+ * QVI_FieldToFrame_LineAve - each missing line between two field lines is
+ * their mean byte by byte over all S bytes, (a + b) >> 1 truncated, padding
+ * included and whatever the pixel packing (a 16-bit or packed colour pixel
+ * is averaged as separate bytes).  The missing line in front (FIELD_PARITY_ODD)
+ * repeats L0, the one at the end (other parity) repeats L(H-1).
+ *
+ * Returns STATUS_OK, or STATUS_BAD_BUFFER from the checks above.
+ */
+QVI_API Status QVI_FieldToFrame_LineAve(BufferHandle field, BufferHandle frame, FieldParity parity);
+
+/*
+ * QVI_FieldToFrame_Bilinear - each missing line between field lines Li and
+ * Li+1 is made byte by byte over its bytes: with a and b the bytes of Li and
+ * Li+1 at the same place and a-, a+, b-, b+ the bytes one step to the left
+ * and right (the step leads to the neighbour of the same kind), a byte is
+ *     ((a + b) x 105 + (a- + a+ + b- + b+) x 75) >> 9
+ * in 32-bit integer arithmetic, truncated.  The weights sum to 510, not 512,
+ * on purpose: an area of uniform value v comes out as (510 x v) >> 9, so 255
+ * becomes 254 and every value of 2 or more loses a little.  Edge bytes, which
+ * lack a neighbour on one side, are the vertical mean (a + b) >> 1.  The
+ * missing line in front (FIELD_PARITY_ODD) repeats L0, the one at the end
+ * (other parity) repeats L(H-1).
+ *
+ * Formats, by the field's full code, with their step and edge bytes:
+ *   FMT_Y8: step 1; the first and the last byte.
+ *   FMT_BGR24, FMT_RGB24: step 3; the first 3 and the last 3 bytes.
+ *   FMT_XBGR32, FMT_BGRX32, FMT_XRGB32, FMT_RGBX32: step 4; the first and
+ *       the last pixel.  A missing line holds whole pixels only: pixel 0, the
+ *       computed pixels 1 to (S - 8) >> 2 and one pixel of vertical means,
+ *       8 + 4 x ((S - 8) >> 2) bytes, which is S when S is a multiple of 4.
+ *   FMT_YUV422: step 2 for the even (luma) bytes and 4 for the odd (chroma)
+ *       bytes; bytes 0, 1 and 3 and the last 3 bytes.
+ * Any other code, including 0 and the other codes of the family, returns
+ * STATUS_BAD_PARAMETER after the checks above, with nothing written.
+ *
+ * Choices for input outside this contract:
+ *   - A line too short to hold a byte with neighbours on both sides (for
+ *     example a stride of 2 with FMT_Y8, or of 6 or less with FMT_BGR24) is
+ *     all vertical means.
+ *   - 4-byte formats with a stride that is not a multiple of 4: the last 1
+ *     to 3 bytes of each missing line are not written (they keep what the
+ *     frame held) and every frame line still starts k x S bytes from the
+ *     frame's address.  Below 8 bytes the same rule holds: a stride of 4 to 7
+ *     gives a missing line of one pixel of vertical means, a stride below 4
+ *     a missing line of nothing.
+ *   - FMT_YUV422 with an odd stride: besides the last 3 bytes, the chroma
+ *     byte S - 4, whose right neighbour would lie past the line, is a
+ *     vertical mean.
+ *
+ * Returns STATUS_OK, STATUS_BAD_BUFFER or STATUS_BAD_PARAMETER.
+ */
+QVI_API Status QVI_FieldToFrame_Bilinear(BufferHandle field, BufferHandle frame, FieldParity parity);
+
+/*
+ * QVI_FieldToFrame_Median - as QVI_FieldToFrame_Bilinear (same formats,
+ * steps, edge bytes, line order and checks), but each byte of a missing line
+ * that is not an edge byte is QVS_median6(a-, a, a+, b-, b, b+) of the same
+ * six field bytes instead of their weighted mean.
+ *
+ * The 4-byte formats (FMT_XBGR32, FMT_BGRX32, FMT_XRGB32, FMT_RGBX32) follow
+ * a deliberately shorter count, kept as it always was: only
+ * n = max(0, ((S - 4) >> 2) - 4) pixels are computed.  Each missing line is
+ * pixel 0 (vertical means), pixels 1 to n (medians, step 4) and pixel n + 1
+ * (vertical means): 4 x (n + 2) bytes, and the next frame line follows it
+ * directly.  The field line read next (as the upper line of the next pair,
+ * and as the final line) starts 4 x (n + 2) bytes after the start of the
+ * current upper line rather than S bytes after it, so the frame's content
+ * drifts line by line and it holds 2 x H x S - (S - 4 x (n + 2)) x (H - 1)
+ * bytes; the rest of the frame is not written.  With S = 32 each missing line
+ * is 20 bytes and the field falls 12 bytes behind per line; with S = 16,
+ * n = 0 and a missing line is 8 bytes.
+ *
+ * Choices for input outside this contract: as for QVI_FieldToFrame_Bilinear
+ * (short lines all vertical means, FMT_YUV422 with an odd stride), and for
+ * the 4-byte formats with a stride below 8, where the unsigned count would
+ * wrap: a missing line is the whole pixels the stride holds (one for 4 to 7
+ * bytes, none below 4), all vertical means, and the field and frame move on
+ * by that length as above.
+ *
+ * Returns STATUS_OK, STATUS_BAD_BUFFER or STATUS_BAD_PARAMETER.
+ */
+QVI_API Status QVI_FieldToFrame_Median(BufferHandle field, BufferHandle frame, FieldParity parity);
+
+/*
+ * QVS_median6 - the median of six values: the low 8 bits of each argument
+ * are taken, and of the third and fourth smallest of them (equal values
+ * counted separately) the truncated mean (m3 + m4) >> 1 is returned, 0 to
+ * 255.  Decided with a handful of comparisons, without sorting the six.
+ * A pure function; it cannot fail.
+ */
+QVI_API uint32_t QVS_median6(uint32_t a, uint32_t b, uint32_t c, uint32_t d, uint32_t e, uint32_t f);
+
+/*
+ * QVI_FieldToFrame - de-interlaces `field` into `frame` by `method`.
+ *
+ * Asks for the field's validity, then the frame's; either being 0 returns
+ * STATUS_BAD_BUFFER.  A method outside FIELD_TO_FRAME_LINE_DUP ..
+ * FIELD_TO_FRAME_MEDIAN then returns STATUS_BAD_PARAMETER with nothing
+ * written; otherwise the method's function is called with (field, frame,
+ * parity), repeating its own checks, and its status is returned.
+ */
+QVI_API Status QVI_FieldToFrame(BufferHandle field, BufferHandle frame, FieldToFrameMethod method,
+                                FieldParity parity);
 
 /* ------------------------------------------------------------------------ */
 /* File output                                                              */
 /* ------------------------------------------------------------------------ */
 
-/* (file writers follow) */
+/*
+ * Byte-order writers.  Each puts an unsigned value on `stream` with putc, one
+ * call per byte, in a fixed order: the "i" writers little-endian (low byte
+ * first), the "m" writers big-endian (high byte first).  Only the low 8 bits
+ * of the value count for QVI_fput_ui8 and the low 16 bits for the 16-bit
+ * writers; wider values are silently cut.
+ *
+ * Each returns the result of the putc of the LAST byte only: that byte as a
+ * value from 0 to 255 (0xFF gives 255, not EOF), or EOF if that last putc
+ * failed.  A failed earlier byte of the same value is not reported.  The
+ * writers neither check, flush, seek nor close the stream; `stream` must be a
+ * valid stream open for writing.
+ *
+ *   QVI_fput_ui8    bits 0-7
+ *   QVI_fput_ui16i  bits 0-7, 8-15
+ *   QVI_fput_ui32i  bits 0-7, 8-15, 16-23, 24-31
+ *   QVI_fput_ui16m  bits 8-15, 0-7
+ *   QVI_fput_ui32m  bits 24-31, 16-23, 8-15, 0-7
+ */
+QVI_API int QVI_fput_ui8(FILE* stream, uint32_t value);
+QVI_API int QVI_fput_ui16i(FILE* stream, uint32_t value);
+QVI_API int QVI_fput_ui32i(FILE* stream, uint32_t value);
+QVI_API int QVI_fput_ui16m(FILE* stream, uint32_t value);
+QVI_API int QVI_fput_ui32m(FILE* stream, uint32_t value);
+
+/* The kind of file QVI_FileWrite produces. */
+typedef uint32_t FileKind;
+#define FILE_KIND_RAW UINT32_C(2)  /* the buffer's lines as they are in memory */
+#define FILE_KIND_TIFF UINT32_C(3) /* a TIFF file, see QVI_FileWriteTiff */
+
+/*
+ * Rules shared by QVI_FileWrite and QVI_FileWriteTiff:
+ *
+ *  - The buffer is only read; its memory and parameters are never changed.
+ *    The only file touched is `path`, opened with fopen(path, "wb") (created,
+ *    or truncated if it exists) only after every check on the buffer has
+ *    passed; no file is created when a check fails.  A null `path` counts as
+ *    a file that cannot be opened.
+ *  - A failure to open `path` returns STATUS_OPEN_FAILED.  Failures are
+ *    reported by the status alone: the library's description of the failure
+ *    ("Failed to open file %20s for writing", "Unrecognised Image Format [%d]
+ *    in IFD" and the like) is formatted with a bounded formatter into a
+ *    128-byte local buffer and then dropped, so a path of any length is safe;
+ *    nothing is printed or logged.
+ *  - Once `path` is open the stream is always closed before the call
+ *    returns, on failure paths as well (a caller retrying failed writes never
+ *    runs out of streams).  A file that fails halfway stays on disk holding
+ *    exactly the bytes written up to the failure, as described below.
+ *  - Calls writing different paths may run at once; two calls writing the
+ *    same path race like any two writers of one file.
+ */
+
+/*
+ * QVI_FileWrite - save `buffer` to `path` as a raw dump (FILE_KIND_RAW) or a
+ * TIFF file (FILE_KIND_TIFF).
+ *
+ * In this order:
+ *  1. the validity of `buffer` is asked; an invalid handle returns
+ *     STATUS_BAD_BUFFER whatever `kind` is;
+ *  2. FILE_KIND_TIFF returns what QVI_FileWriteTiff(buffer, path) returns
+ *     (that call asks the validity again);
+ *  3. any other kind but FILE_KIND_RAW returns STATUS_BAD_PARAMETER;
+ *  4. raw: the data address is asked (0 returns STATUS_BAD_BUFFER), then the
+ *     height and the stride.  Width and format are never asked.
+ *
+ * The raw file has no header: it holds height x stride bytes from the data
+ * address (the product taken modulo 2^32), that is every line including the
+ * padding after its pixels, written with one fwrite.  A height or stride of 0
+ * gives an empty file.
+ *
+ * Returns:
+ *   on success            the status the buffer library returned for the
+ *                         stride query, deliberately passed on as it is
+ *                         (STATUS_OK from a library that answered normally);
+ *   STATUS_BAD_BUFFER     invalid handle, or a raw dump of a buffer without
+ *                         memory (no file created);
+ *   STATUS_BAD_PARAMETER  kind is neither FILE_KIND_RAW nor FILE_KIND_TIFF (no
+ *                         file created);
+ *   STATUS_OPEN_FAILED    `path` cannot be opened for writing;
+ *   STATUS_WRITE_FAILED   fwrite took fewer bytes than asked; the stream is
+ *                         closed and the partial file stays;
+ *   STATUS_CLOSE_FAILED   fclose failed (typically when buffered bytes could
+ *                         not be written); whatever reached the disk stays;
+ *   for FILE_KIND_TIFF, any status of QVI_FileWriteTiff.
+ */
+QVI_API Status QVI_FileWrite(BufferHandle buffer, const char* path, FileKind kind);
+
+/*
+ * QVI_FileWriteTiff - save `buffer` to `path` as a single-image, single-strip,
+ * uncompressed baseline TIFF file in big-endian ("MM") byte order.
+ *
+ * Asks, in this order and all before `path` is opened: the validity (0
+ * returns STATUS_BAD_BUFFER), the format (0 returns STATUS_BAD_BUFFER), the
+ * data address, the height, the width and the stride.  The whole 32-bit
+ * format code is compared; four codes are known:
+ *
+ *   FMT_Y8     BitsPerSample 8, SamplesPerPixel 1, PhotometricInterpretation 1
+ *              (black is zero); 13 directory entries.
+ *   FMT_BGR24  BitsPerSample 8,8,8, SamplesPerPixel 3,
+ *   FMT_RGB24  PhotometricInterpretation 2 (RGB), PlanarConfiguration 1;
+ *              14 entries.  Both codes take the same path: the three bytes of
+ *              each pixel go to the file last byte first.  BGR24 memory is thus
+ *              stored as red, green, blue; RGB24 memory is deliberately stored
+ *              as blue, green, red, so a reader sees red and blue exchanged.
+ *   FMT_Y16    deliberately never completed: the header and the directory up
+ *              to and including the StripByteCounts value (130 bytes) are
+ *              written, then the call returns STATUS_BAD_BUFFER.
+ *
+ * Layout (every multi-byte value big-endian): the 8-byte header "MM", 42, 8;
+ * at offset 8 the entry count and the entries NewSubfileType 0, ImageWidth,
+ * ImageLength, BitsPerSample, Compression 1 (none),
+ * PhotometricInterpretation, StripOffsets, SamplesPerPixel, RowsPerStrip =
+ * height, StripByteCounts = width x height x samples (modulo 2^32),
+ * XResolution and YResolution 300/1, [PlanarConfiguration 1,] ResolutionUnit
+ * 1 (none), then a next-directory offset of 0.  ImageWidth and ImageLength
+ * are deliberately SHORT values holding only the low 16 bits of width and
+ * height (a width of 70000 is stored as 4464), while RowsPerStrip and
+ * StripByteCounts carry all 32 bits.  After the directory come (colour only)
+ * the BitsPerSample array, the two resolutions and the pixels: a grey file is
+ * 186 + width x height bytes with its pixels at offset 186, a colour file
+ * 204 + 3 x width x height bytes with its pixels at offset 204.  Offsets of
+ * these blocks are written as 0 and patched once each block's place is known
+ * (ftell, fseek).
+ *
+ * Pixels are taken line by line from the data address, width pixels a line,
+ * the next line starting stride bytes after the previous one (the step is
+ * stride minus the line's bytes modulo 2^32, so a stride smaller than a line
+ * makes lines overlap).  They are handed to the stream in blocks of up to
+ * 24 KiB built on the stack; the file holds the same bytes as writing them
+ * one at a time would.
+ *
+ * Safety limit of this implementation: the buffer is taken to span
+ * stride x height bytes from its address (nothing if the address is 0).
+ * Pixels are read only inside that span: from the first line that would not
+ * fit (a stride smaller than a line, or no memory at all) to the end of the
+ * strip, zero bytes are written instead, so the file keeps the size and
+ * layout its directory announces.  A width or height of 0 writes no pixels.
+ *
+ * Returns:
+ *   STATUS_OK           the file is complete;
+ *   STATUS_BAD_BUFFER   invalid handle or format 0 (no file created); FMT_Y16
+ *                       (130 bytes written, see above); or ftell could not tell
+ *                       the position (`path` is not seekable, such as a pipe):
+ *                       the file keeps the bytes written before the first
+ *                       position was asked (the directory up to the count of
+ *                       StripOffsets for grey, of BitsPerSample for colour);
+ *   STATUS_OPEN_FAILED  `path` cannot be opened for writing;
+ *   STATUS_BAD_FORMAT   the format is none of the four codes; the file keeps
+ *                       the 8 header bytes;
+ *   STATUS_CLOSE_FAILED the file could not be completed: fclose failed, or a
+ *                       write on the way failed (a full disk).  Writes are not
+ *                       checked one by one; the stream's error indicator is
+ *                       read when the file is closed, so every write error
+ *                       surfaces here.
+ */
+QVI_API Status QVI_FileWriteTiff(BufferHandle buffer, const char* path);
 
 #ifdef __cplusplus
 } /* extern "C" */

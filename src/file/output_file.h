@@ -1,0 +1,29 @@
+// What the two file writers share: opening the output and the failure texts.
+//
+// The library reports failures by status alone.  The texts that describe
+// them are still formatted, bounded, into a local buffer and then dropped, so
+// that what a failure would say is written down in one place and a path of
+// any length cannot overflow anything.
+#pragma once
+
+#include <cstdint>
+#include <cstdio>
+
+namespace qvi::file {
+
+// Room for a failure text; longer texts (very long paths) are cut.
+inline constexpr int kMessageCapacity = 128;
+
+// fopen(path, "wb"); on failure (a null path included) formats
+// "Failed to open file %20s for writing", drops it and returns nullptr.
+FILE* OpenForWriting(const char* path);
+
+// Formats "Unrecognised Image Format [%d] in <where>" with the format code as
+// a signed number (0xC0022601 reads -1073601023) and drops it.
+void DropFormatMessage(uint32_t format, const char* where);
+
+// Closes a stream on a failure path; the failure being reported wins over
+// whatever fclose says.
+inline void CloseAfterFailure(FILE* stream) { static_cast<void>(std::fclose(stream)); }
+
+}  // namespace qvi::file
