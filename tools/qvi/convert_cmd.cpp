@@ -82,7 +82,7 @@ void RunConvert(const ConvertOptions& o, std::ostream& out) {
   std::string what = std::to_string(o.width) + " x " + std::to_string(o.height) + " " + std::string(from.name);
   if (bayer) what += " (" + o.method.value_or("ave") + ", phase " + *o.phase + ")";
   what += " to " + std::string(to.name) + " " + FileTypeName(type);
-  ForEachFrame(o, geometry, frame, convert, "qvi convert", what, out);
+  ForEachFrame(o, geometry, frame, convert, "qvi convert", "frame", what, out);
 }
 
 }  // namespace qvi::tool

@@ -7,8 +7,6 @@
 
 namespace qvi::tool {
 
-#ifdef FIELD_TO_FRAME_LINE_DUP
-
 namespace {
 
 FieldToFrameMethod ParseMethod(const std::string& name) {
@@ -44,6 +42,15 @@ ImageFormat PictureFormat(ImageFormat field) {
   }
 }
 
+// Whether QVI_FieldToFrame takes fields of `format` by `method`, asked of
+// the library on a small field.
+bool Deinterlaces(ImageFormat format, FieldToFrameMethod method) {
+  constexpr uint32_t kWidth = 4, kStride = 32;
+  Image field(format, kWidth, 2, kStride);
+  Image frame(format, kWidth, 4, kStride);
+  return QVI_FieldToFrame(field.handle(), frame.handle(), method, FIELD_PARITY_EVEN) != STATUS_BAD_PARAMETER;
+}
+
 }  // namespace
 
 void RunDeinterlace(const DeinterlaceOptions& o, std::ostream& out) {
@@ -54,6 +61,10 @@ void RunDeinterlace(const DeinterlaceOptions& o, std::ostream& out) {
   if (uint64_t{geometry.stride} * o.height * 2 > UINT32_MAX)
     throw Error("a frame of twice --height " + std::to_string(o.height) + " lines would exceed the 4 GiB that the "
                 "library addresses");
+  if (!Deinterlaces(format.code, method))
+    throw Error("the " + o.method + " method does not take " + std::string(format.name) +
+                " fields; bilinear and median take Y8, BGR24, RGB24, the four 32-bit X formats and YUV422, "
+                "linedup and lineave any format");
   const FileType type = FileTypeOf(o.output);
   CheckOutputFolder(o.output);
   const uint32_t frame_height = 2 * o.height;
@@ -76,10 +87,7 @@ void RunDeinterlace(const DeinterlaceOptions& o, std::ostream& out) {
   const auto deinterlace = [&](Image& f) -> const Image& {
     Status s = QVI_FieldToFrame(f.handle(), frame.handle(), method, parity);
     if (s != STATUS_OK)
-      throw Error("de-interlacing " + std::string(format.name) + " by " + o.method + " failed: " + DescribeStatus(s) +
-                  (s == STATUS_BAD_PARAMETER ? "; bilinear and median take Y8, BGR24, RGB24, the four 32-bit "
-                                               "X formats and YUV422"
-                                             : ""));
+      throw Error("de-interlacing " + std::string(format.name) + " by " + o.method + " failed: " + DescribeStatus(s));
     if (!picture) return frame;
     s = QVI_Convert(frame.handle(), picture->handle());
     if (s != STATUS_OK)
@@ -87,19 +95,11 @@ void RunDeinterlace(const DeinterlaceOptions& o, std::ostream& out) {
     return *picture;
   };
   std::string what = std::to_string(o.width) + " x " + std::to_string(o.height) + " " + std::string(format.name) +
-                     " fields (" + o.parity + ") to " + std::to_string(o.width) + " x " +
-                     std::to_string(frame_height) + " frames by " + o.method;
+                     " (" + o.parity + ") to " + std::to_string(o.width) + " x " +
+                     std::to_string(frame_height) + " by " + o.method;
   if (picture) what += ", as " + std::string(FormatOf(written).name);
   what += " " + std::string(FileTypeName(type));
-  ForEachFrame(o, geometry, field, deinterlace, "qvi deinterlace", what, out);
+  ForEachFrame(o, geometry, field, deinterlace, "qvi deinterlace", "field", what, out);
 }
-
-#else
-
-void RunDeinterlace(const DeinterlaceOptions&, std::ostream&) {
-  throw Error("this build of libqvi has no de-interlacing (QVI_FieldToFrame) yet");
-}
-
-#endif
 
 }  // namespace qvi::tool

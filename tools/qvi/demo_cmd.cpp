@@ -151,7 +151,6 @@ void Demo(const DemoOptions& options, std::ostream& out) {
     rows.push_back({file, step, s, pixels});
   }
 
-#ifdef FIELD_TO_FRAME_BILINEAR
   // The even lines of the averaged result, as one field of an interlaced
   // capture, made into a frame again.
   const Image& ave = results[1];
@@ -166,7 +165,6 @@ void Demo(const DemoOptions& options, std::ostream& out) {
       true);
   write(frame, "deinterlace-bilinear.tif", FileType::kTiff);
   rows.push_back({"deinterlace-bilinear.tif", step, s, pixels});
-#endif
 
   if (options.pictures_dir) {
     const fs::path pics(*options.pictures_dir);
@@ -183,9 +181,6 @@ void Demo(const DemoOptions& options, std::ostream& out) {
          "written to "
       << dir.string() << "/\n\n";
   PrintTable(rows, out);
-#ifndef FIELD_TO_FRAME_BILINEAR
-  out << "  (this build of libqvi has no de-interlacing yet: that step was left out)\n";
-#endif
   out << "\nCompare demosaic-dup.tif, demosaic-ave.tif and demosaic-med.tif with scene.tif.\n"
          "The capture converts like any other:\n  qvi convert "
       << (dir / "capture-bay12.raw").string() << " --width " << kWidth << " --height " << kHeight

@@ -17,14 +17,14 @@ const FormatInfo& ParseFormat(const std::string& name, const std::string& option
 
 void ForEachFrame(const RawInputOptions& options, const RawGeometry& geometry, Image& frame,
                   const std::function<const Image&(Image&)>& process, const std::string& command,
-                  const std::string& what, std::ostream& out) {
+                  const std::string& unit, const std::string& what, std::ostream& out) {
   const FileType type = FileTypeOf(options.output);
   RawReader reader(options.input, geometry);
   const uint64_t count = reader.frames();
   const bool progress = count > 1 && ::isatty(STDERR_FILENO);
   OutputSet outputs;
   for (uint64_t i = 0; i < count; ++i) {
-    if (progress) std::fprintf(stderr, "\r%s: frame %llu of %llu", command.c_str(),
+    if (progress) std::fprintf(stderr, "\r%s: %s %llu of %llu", command.c_str(), unit.c_str(),
                                static_cast<unsigned long long>(i + 1), static_cast<unsigned long long>(count));
     try {
       reader.ReadFrame(frame);
@@ -33,13 +33,13 @@ void ForEachFrame(const RawInputOptions& options, const RawGeometry& geometry, I
     } catch (const Error& e) {
       if (progress) std::fputc('\n', stderr);
       if (count == 1) throw;
-      throw Error("frame " + std::to_string(i + 1) + " of " + std::to_string(count) + ": " + e.what() +
+      throw Error(unit + " " + std::to_string(i + 1) + " of " + std::to_string(count) + ": " + e.what() +
                   "; no output written");
     }
   }
   if (progress) std::fputc('\n', stderr);
   outputs.CommitAll();
-  out << command << ": " << count << (count == 1 ? " frame" : " frames") << ", " << what << ", written to "
+  out << command << ": " << count << " " << unit << (count == 1 ? "" : "s") << ", " << what << ", written to "
       << NumberedPath(options.output, 0, count);
   if (count > 1) out << " .. " << NumberedPath(options.output, count - 1, count);
   out << "\n";

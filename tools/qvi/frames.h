@@ -20,9 +20,10 @@ const FormatInfo& ParseFormat(const std::string& name, const std::string& option
 // and writes the image that returns to `options.output` (numbered when there
 // are several frames).  The outputs appear together once every frame is
 // done; after a failure none does.  Prints a progress line on stderr when
-// stderr is a terminal, and a summary on `out` that starts with `command`.
+// stderr is a terminal, and a summary on `out` that starts with `command`
+// and counts the inputs as `unit`s ("frame", "field").
 void ForEachFrame(const RawInputOptions& options, const RawGeometry& geometry, Image& frame,
                   const std::function<const Image&(Image&)>& process, const std::string& command,
-                  const std::string& what, std::ostream& out);
+                  const std::string& unit, const std::string& what, std::ostream& out);
 
 }  // namespace qvi::tool

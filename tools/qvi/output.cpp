@@ -75,7 +75,7 @@ std::string Lower(std::string s) {
   return s;
 }
 
-[[maybe_unused]] void CheckStatus(Status s, const std::string& what) {
+void CheckStatus(Status s, const std::string& what) {
   if (s != STATUS_OK) throw Error(what + ": " + DescribeStatus(s));
 }
 
@@ -123,18 +123,12 @@ std::string NumberedPath(const std::string& path, uint64_t index, uint64_t count
 void WriteImage(const Image& image, const std::string& path, FileType type) {
   CheckWritable(type, image.format(), image.width(), image.height());
   switch (type) {
-#ifdef FILE_KIND_TIFF
     case FileType::kTiff:
       CheckStatus(QVI_FileWrite(image.handle(), path.c_str(), FILE_KIND_TIFF), "writing a TIFF file failed");
       return;
     case FileType::kRaw:
       CheckStatus(QVI_FileWrite(image.handle(), path.c_str(), FILE_KIND_RAW), "writing a raw file failed");
       return;
-#else
-    case FileType::kTiff:
-    case FileType::kRaw:
-      throw Error("this build of libqvi has no file output (QVI_FileWrite) yet");
-#endif
     case FileType::kPng:
       WritePng(path, image.width(), image.height(), image.data(), image.stride(),
                image.format() == FMT_BGR24 ? PngPixels::kBgr : PngPixels::kGrey);
