@@ -98,6 +98,8 @@ TEST(Conversions, AreLearnedFromTheLibrary) {
       {"Y8", "Y8", true},          {"Y12", "BGR24", true},     {"Y12_ALT", "BGRX32", true},
       {"YUV422", "BGR24", true},   {"BGRX32", "BGR24", true},  {"Y16", "BGR36", false},
       {"BGR24", "Y8", false},      {"RGB24", "BGR24", false},  {"Y8", "YUV422", false},
+      {"BAY12", "BGR24", true},    {"BAY16", "RGBX32", true},  {"BAY8", "BGR16", true},
+      {"BAY10", "BGR16", false},   {"BAY12", "Y8", false},
   };
   for (const auto& c : cases)
     EXPECT_EQ(HasConversion(*FindFormat(c.from), *FindFormat(c.to)), c.exists) << c.from << " -> " << c.to;
