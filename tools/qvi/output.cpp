@@ -155,7 +155,10 @@ std::string OutputSet::Stage(const std::string& final_path) {
   CheckOutputFolder(final_path);
   const fs::path target(final_path);
   const fs::path dir = target.has_parent_path() ? target.parent_path() : fs::path(".");
-  std::string temp = (dir / ("." + target.filename().string() + ".XXXXXX")).string();
+  std::string name = target.filename().string();
+  name.insert(0, 1, '.');
+  name.append(".XXXXXX");
+  std::string temp = (dir / name).string();
   {
     SignalsBlocked blocked;  // the file must not appear before it is listed
     const int fd = ::mkstemp(temp.data());
