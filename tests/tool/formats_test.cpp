@@ -62,16 +62,6 @@ TEST(FormatTable, LineBytesRoundPairsUp) {
     EXPECT_EQ(LineBytes(*FindFormat(c.format), c.width), c.bytes) << c.format << " x " << c.width;
 }
 
-TEST(FormatTable, BayerFormatsAndTheirDepth) {
-  for (const FormatInfo& f : AllFormats()) {
-    const uint32_t bits = BayerBits(f.code);
-    EXPECT_EQ(IsBayer(f.code), bits != 0) << f.name;
-    if (bits != 0) {
-      EXPECT_EQ(std::string(f.name), "BAY" + std::to_string(bits));
-    }
-  }
-}
-
 TEST(StatusWords, NameEveryStatusOfTheLibrary) {
   const Status statuses[] = {STATUS_OK,           STATUS_BAD_BAYER_MODE, STATUS_OPEN_FAILED,
                              STATUS_BAD_BUFFER,   STATUS_BAD_PARAMETER,  STATUS_BAD_FORMAT,
