@@ -27,15 +27,19 @@
  * Safety limits chosen by this implementation (behaviour outside the
  * documented contract):
  *
- *  - A buffer is taken to span stride x height bytes from its address.  A
- *    line walk that would read or write outside that span (a stride smaller
- *    than a line, or the drifting odd-width lines of FMT_Y12P and FMT_YUV422
- *    sources) stops before the first line that would not fit; the lines
- *    before it are converted exactly as documented.  Line gaps are computed
+ *  - A buffer is taken to span stride x height bytes from its address.  The
+ *    conversion and de-interlacing walks stop before the first line that
+ *    would read or write outside that span (a stride smaller than a line, the
+ *    drifting odd-width lines of FMT_Y12P and FMT_YUV422 sources, a frame
+ *    smaller than the field's lines); the lines before it are produced
+ *    exactly as documented.  The TIFF writer writes zero bytes for pixels
+ *    outside its buffer.  The demosaic functions refuse images they cannot
+ *    produce inside their buffers (see Demosaicing).  Line gaps are computed
  *    modulo 2^32 and applied as a signed offset, so a stride smaller than a
  *    line makes lines overlap rather than jump four gigabytes ahead.
  *  - A source line is read past its last pixel only where a function says so
- *    (for example the FMT_RGB30 to FMT_RGB48 route below).
+ *    (the odd-width demosaic members; FMT_RGB30 to FMT_RGB48 only inside the
+ *    buffer).
  *
  * This header compiles as C99 and as C++.
  */
@@ -222,7 +226,11 @@ Status QVB_BufferParameterGet(BufferHandle buffer, BufferParameter id, void* out
  *              G = Y - floor((352 u + 731 v) / 1024) and R = Y +
  *              floor(1436 v / 1024), each clamped to 0..255.  X bytes keep
  *              what the destination held.
- *   Bayer sources are handed to the demosaic entry points.
+ *   Bayer sources are handed to the demosaic entry points (see
+ *              Demosaicing for the route rules).  Besides the byte count,
+ *              a Bayer route refuses with STATUS_BAD_BUFFER a destination
+ *              whose stride x height cannot hold the source's rows at its
+ *              stride.
  *
  * Same-format copies FMT_Y8 -> FMT_Y8 and FMT_Y16 -> FMT_Y16: when both
  * strides and both heights are equal, stride x height bytes are copied in
@@ -288,9 +296,10 @@ QVI_API Status QVI_Convert(BufferHandle source, BufferHandle destination);
  * even, and so is the gap after each RGB16 or BGR16 row (stride - 2 x width):
  * an odd stride acts as the next lower even one there.  Bytes after a row's
  * last pixel are never written.  The destination must hold `height` rows at
- * its stride: QVI_Convert's size check compares byte counts only, so a
- * destination with fewer rows than the source and a wider stride passes it
- * and is then written past its stride x height.
+ * its stride; called directly, these functions cannot check that (they never
+ * ask the destination's height).  QVI_Convert does: besides its byte count it
+ * refuses, with STATUS_BAD_BUFFER, a destination whose stride x height cannot
+ * hold the source's rows at that stride.
  *
  * Channel values.  8-bit samples are used as they are.  For BAYn every value
  * is one right shift of a sum of raw samples, each count taken modulo 32: a

@@ -71,7 +71,8 @@ TEST_F(BayerRoutes, MethodAndPhaseChooseTheMemberAndTheDepth) {
 }
 
 // A destination too small answers STATUS_BAD_BUFFER even when the method is
-// bad too: the size rule comes first.
+// bad too: the size rule comes first.  So does one whose bytes suffice but
+// whose rows do not.
 TEST_F(BayerRoutes, TheSizeRuleComesBeforeTheMethod) {
   for (auto [s, d] : BayerRouteList()) {
     for (uint32_t method : {DEMOSAIC_METHOD_DUP, 0x409u}) {
@@ -81,6 +82,10 @@ TEST_F(BayerRoutes, TheSizeRuleComesBeforeTheMethod) {
       TestImage dst(FullCode(d), 4, 1, 4 * 3 * BytesPerPixel(d) - 1);
       EXPECT_EQ(QVI_Convert(src.handle(), dst.handle()), STATUS_BAD_BUFFER);
       EXPECT_TRUE(AllBytesAre(dst.bytes(), kCanary));
+      // Enough bytes, but in one row: the three rows would not fit.
+      TestImage one_row(FullCode(d), 4, 1, 4 * 3 * BytesPerPixel(d));
+      EXPECT_EQ(QVI_Convert(src.handle(), one_row.handle()), STATUS_BAD_BUFFER);
+      EXPECT_TRUE(AllBytesAre(one_row.bytes(), kCanary));
     }
   }
 }
