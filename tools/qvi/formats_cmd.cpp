@@ -13,7 +13,8 @@ void RunFormats(std::ostream& out) {
   for (const FormatInfo& f : AllFormats()) {
     char code[16];
     std::snprintf(code, sizeof code, "0x%08X", static_cast<unsigned>(f.code));
-    std::string line = "  " + std::string(f.name);
+    std::string line = "  ";
+    line += f.name;
     line.resize(12, ' ');
     line += code;
     line += "  " + BytesPerPixelText(f);
@@ -30,7 +31,8 @@ void RunFormats(std::ostream& out) {
   for (const FormatInfo& f : AllFormats()) {
     const auto targets = ConversionsFrom(f);
     if (targets.empty()) continue;
-    std::string line = "  " + std::string(f.name);
+    std::string line = "  ";
+    line += f.name;
     line.resize(kIndent - 3, ' ');
     line += "->";
     for (const FormatInfo* t : targets) {
@@ -38,7 +40,8 @@ void RunFormats(std::ostream& out) {
         out << line << "\n";
         line.assign(kIndent - 1, ' ');
       }
-      line += " " + std::string(t->name);
+      line += ' ';
+      line += t->name;
     }
     out << line << "\n";
   }
