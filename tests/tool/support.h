@@ -21,7 +21,6 @@ class ScratchDir {
   ~ScratchDir();
   ScratchDir(const ScratchDir&) = delete;
   ScratchDir& operator=(const ScratchDir&) = delete;
-  const std::filesystem::path& path() const { return path_; }
   std::string operator/(const std::string& name) const { return (path_ / name).string(); }
   // Names of the entries of the folder `sub` of this one (of this one itself
   // by default), hidden ones included, sorted.
