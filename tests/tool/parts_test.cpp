@@ -27,6 +27,7 @@ TEST(StatusWords, TellEveryStatusOfTheLibraryApart) {
     words.insert({StatusName(s), StatusMeaning(s)});
   }
   EXPECT_EQ(words.size(), 16u);
+  EXPECT_EQ(DescribeStatus(4), "an unknown status (4: not a status of this library)");
 }
 
 TEST(Outputs, NumbersAndSizesHoldAtTheirEdges) {
