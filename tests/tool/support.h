@@ -1,5 +1,5 @@
-// Helpers of the tool's tests: scratch folders, running the qvi program, and
-// reading back what it wrote with libtiff and libpng.
+// Helpers of the tool's tests: scratch folders, running the qvi program in
+// one, and reading back what it wrote with libtiff and libpng.
 #pragma once
 
 #include <cstdint>
@@ -9,6 +9,11 @@
 
 namespace qvi::tool::test {
 
+struct Run {
+  int exit_code;  // -1 if the program did not exit normally
+  std::string out, err;
+};
+
 // A fresh folder under the test's temporary directory, removed at the end.
 class ScratchDir {
  public:
@@ -16,26 +21,19 @@ class ScratchDir {
   ~ScratchDir();
   ScratchDir(const ScratchDir&) = delete;
   ScratchDir& operator=(const ScratchDir&) = delete;
-  const std::filesystem::path& path() const { return path_; }
   std::string operator/(const std::string& name) const { return (path_ / name).string(); }
-  std::vector<std::string> Entries() const;
+  // Names of the entries of the folder `sub` of this one (of this one itself
+  // by default), hidden ones included, sorted.
+  std::vector<std::string> Entries(const std::string& sub = ".") const;
+  // Runs the qvi program built with the tests in this folder; the shell
+  // splits `args` into words.
+  Run Qvi(const std::string& args) const;
 
  private:
   std::filesystem::path path_;
 };
 
-// Names of the entries of `dir`, hidden ones included, sorted.
-std::vector<std::string> EntriesOf(const std::filesystem::path& dir);
-
 void WriteFile(const std::string& path, const std::vector<uint8_t>& bytes);
-std::vector<uint8_t> ReadFile(const std::string& path);
-
-struct RunResult {
-  int exit_code;  // -1 if the program did not exit normally
-  std::string out, err;
-};
-// Runs the qvi program built with the tests, with `args`, in `dir`.
-RunResult RunQvi(const std::vector<std::string>& args, const std::filesystem::path& dir);
 
 struct Picture {
   uint32_t width = 0, height = 0, channels = 0;
@@ -44,10 +42,8 @@ struct Picture {
     return pixels[(size_t{y} * width + x) * channels + channel];
   }
 };
-// Reads an 8-bit grey or RGB TIFF file with libtiff; fails the test if
-// libtiff cannot.
-Picture ReadTiff(const std::string& path);
-// Reads a PNG file with libpng, as 8-bit RGB.
-Picture ReadPng(const std::string& path);
+// Reads a .png file with libpng as 8-bit RGB, anything else as an 8-bit grey
+// or RGB TIFF file with libtiff; fails the test if the library cannot.
+Picture ReadPicture(const std::string& path);
 
 }  // namespace qvi::tool::test
