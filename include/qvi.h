@@ -27,15 +27,19 @@
  * Safety limits chosen by this implementation (behaviour outside the
  * documented contract):
  *
- *  - A buffer is taken to span stride x height bytes from its address.  A
- *    line walk that would read or write outside that span (a stride smaller
- *    than a line, or the drifting odd-width lines of FMT_Y12P and FMT_YUV422
- *    sources) stops before the first line that would not fit; the lines
- *    before it are converted exactly as documented.  Line gaps are computed
+ *  - A buffer is taken to span stride x height bytes from its address.  The
+ *    conversion and de-interlacing walks stop before the first line that
+ *    would read or write outside that span (a stride smaller than a line, the
+ *    drifting odd-width lines of FMT_Y12P and FMT_YUV422 sources, a frame
+ *    smaller than the field's lines); the lines before it are produced
+ *    exactly as documented.  The TIFF writer writes zero bytes for pixels
+ *    outside its buffer.  The demosaic functions refuse images they cannot
+ *    produce inside their buffers (see Demosaicing).  Line gaps are computed
  *    modulo 2^32 and applied as a signed offset, so a stride smaller than a
  *    line makes lines overlap rather than jump four gigabytes ahead.
  *  - A source line is read past its last pixel only where a function says so
- *    (for example the FMT_RGB30 to FMT_RGB48 route below).
+ *    (the odd-width demosaic members; FMT_RGB30 to FMT_RGB48 only inside the
+ *    buffer).
  *
  * This header compiles as C99 and as C++.
  */
@@ -222,7 +226,11 @@ Status QVB_BufferParameterGet(BufferHandle buffer, BufferParameter id, void* out
  *              G = Y - floor((352 u + 731 v) / 1024) and R = Y +
  *              floor(1436 v / 1024), each clamped to 0..255.  X bytes keep
  *              what the destination held.
- *   Bayer sources are handed to the demosaic entry points.
+ *   Bayer sources are handed to the demosaic entry points (see
+ *              Demosaicing for the route rules).  Besides the byte count,
+ *              a Bayer route refuses with STATUS_BAD_BUFFER a destination
+ *              whose stride x height cannot hold the source's rows at its
+ *              stride.
  *
  * Same-format copies FMT_Y8 -> FMT_Y8 and FMT_Y16 -> FMT_Y16: when both
  * strides and both heights are equal, stride x height bytes are copied in
@@ -253,7 +261,252 @@ QVI_API Status QVI_Convert(BufferHandle source, BufferHandle destination);
 /* Demosaicing                                                              */
 /* ------------------------------------------------------------------------ */
 
-/* (entry points of the demosaic family follow) */
+/*
+ * Demosaicing: QVI_BAY8_to_<packing>_<method>_<phase>(source, destination)
+ *              QVI_BAYn_to_<packing>_<method>_<phase>(source, destination, bits)
+ *
+ * Each function turns the raw Bayer mosaic in `source` into a colour image in
+ * `destination`, one function per input depth, output packing, method and
+ * phase.
+ *
+ *   BAY8     one byte per sample (FMT_BAY8).
+ *   BAYn     one native 16-bit word per sample holding `bits` significant
+ *            bits, right-aligned (FMT_BAY10 to FMT_BAY16; QVI_Convert passes
+ *            10, 12, 14 or 16).
+ *   RGBX32   bytes R, G, B, X;  BGRX32  bytes B, G, R, X;  BGR24  bytes B, G, R.
+ *            The X byte is never written: it keeps what the destination held.
+ *   RGB16    one native 16-bit word ((R << 8) & 0xF800) | ((G << 3) & 0x07E0)
+ *            | (B >> 3): red in bits 11-15, green 5-10, blue 0-4.
+ *   BGR16    the same word with red and blue exchanged.
+ *   phase    the colours of the 2x2 cell that repeats from row 0, column 0
+ *            (top row, then bottom row): A = R G / G B, B = G R / B G,
+ *            C = G B / R G, D = B G / G R.
+ *
+ * Checks and queries, in this order: validity of the source, then of the
+ * destination (0 returns STATUS_BAD_BUFFER); for BAYn, bits == 8 returns
+ * STATUS_BAD_BUFFER (no other depth is refused); then, unchecked, the
+ * source's address and stride, the destination's stride and address, and the
+ * source's height and width.  A failed check writes nothing.  Otherwise the
+ * function writes every pixel of the width x height image and returns
+ * STATUS_OK; it never fails once the checks have passed.
+ *
+ * Geometry.  Width and height are the source's; the destination's width,
+ * height and format are never read.  Row y of each buffer starts y strides
+ * after its address, except that a BAYn source's stride is rounded down to
+ * even, and so is the gap after each RGB16 or BGR16 row (stride - 2 x width):
+ * an odd stride acts as the next lower even one there.  Bytes after a row's
+ * last pixel are never written.  The destination must hold `height` rows at
+ * its stride; called directly, these functions cannot check that (they never
+ * ask the destination's height).  QVI_Convert does: besides its byte count it
+ * refuses, with STATUS_BAD_BUFFER, a destination whose stride x height cannot
+ * hold the source's rows at that stride.
+ *
+ * Channel values.  8-bit samples are used as they are.  For BAYn every value
+ * is one right shift of a sum of raw samples, each count taken modulo 32: a
+ * copied sample s >> (bits - 8), a mean of two (a + b) >> (bits - 7), a mean of
+ * four (a + b + c + d) >> (bits - 6).  Means truncate; nothing is rounded or
+ * clamped.  The byte packings store the low 8 bits of each value, so a sample
+ * wider than `bits` wraps (bits 12: 0x1FF0 gives 0xFF, 0x2000 gives 0x00).
+ * The 16-bit packings confine their high and middle fields by the masks above
+ * but OR in the low field (blue of RGB16, red of BGR16) unmasked, so an
+ * oversized value runs into green (bits 12, blue sample 0xFFFF: 0x01FF).
+ * Depths above 16 or below 8 are not refused; the counts above then apply
+ * modulo 32 and give no useful image.
+ *
+ * dup (duplication) copies every missing colour from one sample of the
+ * pixel's 2x2 block: the pixel's row and the row above (row 0: rows 0 and 1),
+ * the pixel's column and the column to its left (column 0: columns 0 and 1).
+ * Red and blue are the pixel's own sample or else the block's only red or
+ * blue sample.  Green at a red or blue site is the left neighbour; in column
+ * 0 it is the right neighbour in row 0 and the pixel above in later rows,
+ * except at the blue sites of column 0 (rows 1, 3, 5, ...) of every phase-B
+ * member and (rows 2, 4, ...) of QVI_BAY8_to_RGB16_dup_D and
+ * QVI_BAYn_to_RGB16_dup_D, which take the right neighbour.  The other phase-D
+ * members take the pixel above there.  dup reads nothing outside the image.
+ *
+ * ave (averaging).  N, S, W, E are the samples above, below, left and right
+ * of a pixel, NW, NE, SW, SE the diagonal ones; mean() is the truncating mean
+ * above.  Every pixel keeps its own sample for its own colour.  Inside the
+ * image a red or blue site takes green = mean(N, S, W, E) and the other of red
+ * and blue = mean(NW, NE, SW, SE); a green site takes the colour of its row's
+ * other samples = mean(W, E) and the remaining colour = mean(N, S).  On the
+ * border only existing neighbours are used, never mirrored ones:
+ *   red/blue, first (last) row:  green = mean(W, E), other = mean(SW, SE)
+ *                                (mean(NW, NE));
+ *   red/blue, first (last) column: green = mean(N, S), other = mean(NE, SE)
+ *                                (mean(NW, SW));
+ *   red/blue, corner:            green = mean of its horizontal and vertical
+ *                                neighbours, other = its diagonal neighbour;
+ *   green, first (last) row:     mean(W, E) and the sample S (N);
+ *   green, first (last) column:  the sample E (W) and mean(N, S);
+ *   green, corner:               its horizontal and vertical neighbours.
+ * The last column has the last-column rules only when the width is even.
+ * For an odd width it has the rules of the columns before it and reads E, NE
+ * and SE one sample past the end of the row: the first byte (BAYn: word) of
+ * the row's padding, or of the next row when the stride is exactly the row.
+ * The source must be readable there, also after its last row.
+ * QVI_BAYn_to_RGB16_ave_B, even widths: the last pixel of rows 1, 3, 5, ...
+ * (not the last row) takes red as (N + S) >> 1 of the raw samples, without the
+ * depth reduction.
+ *
+ * med (median) is ave except at red and blue sites inside the image, which
+ * take green = med(N, W, S, E) and the other colour = med(NW, NE, SW, SE),
+ * med being the truncated mean of the two middle values of the four raw
+ * samples, then reduced: BAYn ((m2 + m3) >> 1) >> (bits - 8).  A single
+ * outlier among the four never reaches the output.  Deviations:
+ *   QVI_BAYn_to_BGR24_med_B, QVI_BAYn_to_BGRX32_med_B: column 0 of rows 2, 4,
+ *   ... (not the last row) takes blue as the low 8 bits of (N + S) >> 1 of
+ *   the raw samples, without the depth reduction.
+ *   QVI_BAY8_to_RGB16_med_C, QVI_BAYn_to_RGB16_med_C: for an odd width, in
+ *   rows 1 to height - 2 every sample taken from the row below comes from one
+ *   column further right, so the last column reads one and two samples past
+ *   the end of the row below (the source must be readable two samples past
+ *   the end of its last row); for an even width, the top-right pixel takes green as
+ *   mean(W, the sample one past the end of row 1).
+ *
+ * Through QVI_Convert (FMT_BAY8 to FMT_BAY16 into FMT_BGRX32, FMT_BGR24,
+ * FMT_RGB16 or FMT_RGBX32, and FMT_BAY8 into FMT_BGR16): after its size
+ * check, the source's BUF_PARAM_DEMOSAIC_METHOD (DEMOSAIC_METHOD_DUP, _AVE,
+ * _MED) and then its BUF_PARAM_BAYER_PHASE (BAYER_PHASE_A to _D) choose the
+ * function; any other value returns STATUS_BAD_BAYER_MODE.  Into FMT_RGBX32
+ * only dup is accepted, into FMT_BGR16 only dup in phase A; other methods or
+ * phases there return STATUS_BAD_BAYER_MODE.  FMT_BAY10, 12, 14 and 16 pass
+ * bits 10, 12, 14 and 16.  Once the function is called QVI_Convert returns
+ * STATUS_OK, whatever the function returned.
+ *
+ * Choices of this implementation outside the documented contract: a width
+ * or height below 2, a source or destination address of 0, a source stride
+ * (after rounding) smaller than width x sample bytes, or a destination stride
+ * smaller than width x pixel bytes: nothing is read or written and the
+ * function returns STATUS_OK.
+ *
+ * Members: BGRX32, BGR24 and RGB16 with every method, RGBX32 with dup only,
+ * each for both depths and all four phases; BGR16 only as
+ * QVI_BAY8_to_BGR16_dup_A.  81 functions in all.
+ */
+
+/* 8-bit mosaic to RGBX32, duplication, phases D, C, B, A */
+QVI_API Status QVI_BAY8_to_RGBX32_dup_D(BufferHandle source, BufferHandle destination);
+QVI_API Status QVI_BAY8_to_RGBX32_dup_C(BufferHandle source, BufferHandle destination);
+QVI_API Status QVI_BAY8_to_RGBX32_dup_B(BufferHandle source, BufferHandle destination);
+QVI_API Status QVI_BAY8_to_RGBX32_dup_A(BufferHandle source, BufferHandle destination);
+
+/* 8-bit mosaic to BGRX32, median, phases D, C, B, A */
+QVI_API Status QVI_BAY8_to_BGRX32_med_D(BufferHandle source, BufferHandle destination);
+QVI_API Status QVI_BAY8_to_BGRX32_med_C(BufferHandle source, BufferHandle destination);
+QVI_API Status QVI_BAY8_to_BGRX32_med_B(BufferHandle source, BufferHandle destination);
+QVI_API Status QVI_BAY8_to_BGRX32_med_A(BufferHandle source, BufferHandle destination);
+
+/* 8-bit mosaic to BGRX32, averaging, phases D, C, B, A */
+QVI_API Status QVI_BAY8_to_BGRX32_ave_D(BufferHandle source, BufferHandle destination);
+QVI_API Status QVI_BAY8_to_BGRX32_ave_C(BufferHandle source, BufferHandle destination);
+QVI_API Status QVI_BAY8_to_BGRX32_ave_B(BufferHandle source, BufferHandle destination);
+QVI_API Status QVI_BAY8_to_BGRX32_ave_A(BufferHandle source, BufferHandle destination);
+
+/* 8-bit mosaic to BGRX32, duplication, phases D, C, B, A */
+QVI_API Status QVI_BAY8_to_BGRX32_dup_D(BufferHandle source, BufferHandle destination);
+QVI_API Status QVI_BAY8_to_BGRX32_dup_C(BufferHandle source, BufferHandle destination);
+QVI_API Status QVI_BAY8_to_BGRX32_dup_B(BufferHandle source, BufferHandle destination);
+QVI_API Status QVI_BAY8_to_BGRX32_dup_A(BufferHandle source, BufferHandle destination);
+
+/* 8-bit mosaic to BGR24, median, phases D, C, B, A */
+QVI_API Status QVI_BAY8_to_BGR24_med_D(BufferHandle source, BufferHandle destination);
+QVI_API Status QVI_BAY8_to_BGR24_med_C(BufferHandle source, BufferHandle destination);
+QVI_API Status QVI_BAY8_to_BGR24_med_B(BufferHandle source, BufferHandle destination);
+QVI_API Status QVI_BAY8_to_BGR24_med_A(BufferHandle source, BufferHandle destination);
+
+/* 8-bit mosaic to BGR24, averaging, phases D, C, B, A */
+QVI_API Status QVI_BAY8_to_BGR24_ave_D(BufferHandle source, BufferHandle destination);
+QVI_API Status QVI_BAY8_to_BGR24_ave_C(BufferHandle source, BufferHandle destination);
+QVI_API Status QVI_BAY8_to_BGR24_ave_B(BufferHandle source, BufferHandle destination);
+QVI_API Status QVI_BAY8_to_BGR24_ave_A(BufferHandle source, BufferHandle destination);
+
+/* 8-bit mosaic to BGR24, duplication, phases D, C, B, A */
+QVI_API Status QVI_BAY8_to_BGR24_dup_D(BufferHandle source, BufferHandle destination);
+QVI_API Status QVI_BAY8_to_BGR24_dup_C(BufferHandle source, BufferHandle destination);
+QVI_API Status QVI_BAY8_to_BGR24_dup_B(BufferHandle source, BufferHandle destination);
+QVI_API Status QVI_BAY8_to_BGR24_dup_A(BufferHandle source, BufferHandle destination);
+
+/* 8-bit mosaic to RGB16, median, phases D, C, B, A */
+QVI_API Status QVI_BAY8_to_RGB16_med_D(BufferHandle source, BufferHandle destination);
+QVI_API Status QVI_BAY8_to_RGB16_med_C(BufferHandle source, BufferHandle destination);
+QVI_API Status QVI_BAY8_to_RGB16_med_B(BufferHandle source, BufferHandle destination);
+QVI_API Status QVI_BAY8_to_RGB16_med_A(BufferHandle source, BufferHandle destination);
+
+/* 8-bit mosaic to RGB16, averaging, phases D, C, B, A */
+QVI_API Status QVI_BAY8_to_RGB16_ave_D(BufferHandle source, BufferHandle destination);
+QVI_API Status QVI_BAY8_to_RGB16_ave_C(BufferHandle source, BufferHandle destination);
+QVI_API Status QVI_BAY8_to_RGB16_ave_B(BufferHandle source, BufferHandle destination);
+QVI_API Status QVI_BAY8_to_RGB16_ave_A(BufferHandle source, BufferHandle destination);
+
+/* 8-bit mosaic to RGB16, duplication, phases D, C, B, A */
+QVI_API Status QVI_BAY8_to_RGB16_dup_D(BufferHandle source, BufferHandle destination);
+QVI_API Status QVI_BAY8_to_RGB16_dup_C(BufferHandle source, BufferHandle destination);
+QVI_API Status QVI_BAY8_to_RGB16_dup_B(BufferHandle source, BufferHandle destination);
+QVI_API Status QVI_BAY8_to_RGB16_dup_A(BufferHandle source, BufferHandle destination);
+
+/* 8-bit mosaic to BGR16, duplication, phase A */
+QVI_API Status QVI_BAY8_to_BGR16_dup_A(BufferHandle source, BufferHandle destination);
+
+/* n-bit mosaic to RGBX32, duplication, phases D, C, B, A */
+QVI_API Status QVI_BAYn_to_RGBX32_dup_D(BufferHandle source, BufferHandle destination, uint32_t bits);
+QVI_API Status QVI_BAYn_to_RGBX32_dup_C(BufferHandle source, BufferHandle destination, uint32_t bits);
+QVI_API Status QVI_BAYn_to_RGBX32_dup_B(BufferHandle source, BufferHandle destination, uint32_t bits);
+QVI_API Status QVI_BAYn_to_RGBX32_dup_A(BufferHandle source, BufferHandle destination, uint32_t bits);
+
+/* n-bit mosaic to BGRX32, median, phases D, C, B, A */
+QVI_API Status QVI_BAYn_to_BGRX32_med_D(BufferHandle source, BufferHandle destination, uint32_t bits);
+QVI_API Status QVI_BAYn_to_BGRX32_med_C(BufferHandle source, BufferHandle destination, uint32_t bits);
+QVI_API Status QVI_BAYn_to_BGRX32_med_B(BufferHandle source, BufferHandle destination, uint32_t bits);
+QVI_API Status QVI_BAYn_to_BGRX32_med_A(BufferHandle source, BufferHandle destination, uint32_t bits);
+
+/* n-bit mosaic to BGRX32, averaging, phases D, C, B, A */
+QVI_API Status QVI_BAYn_to_BGRX32_ave_D(BufferHandle source, BufferHandle destination, uint32_t bits);
+QVI_API Status QVI_BAYn_to_BGRX32_ave_C(BufferHandle source, BufferHandle destination, uint32_t bits);
+QVI_API Status QVI_BAYn_to_BGRX32_ave_B(BufferHandle source, BufferHandle destination, uint32_t bits);
+QVI_API Status QVI_BAYn_to_BGRX32_ave_A(BufferHandle source, BufferHandle destination, uint32_t bits);
+
+/* n-bit mosaic to BGRX32, duplication, phases D, C, B, A */
+QVI_API Status QVI_BAYn_to_BGRX32_dup_D(BufferHandle source, BufferHandle destination, uint32_t bits);
+QVI_API Status QVI_BAYn_to_BGRX32_dup_C(BufferHandle source, BufferHandle destination, uint32_t bits);
+QVI_API Status QVI_BAYn_to_BGRX32_dup_B(BufferHandle source, BufferHandle destination, uint32_t bits);
+QVI_API Status QVI_BAYn_to_BGRX32_dup_A(BufferHandle source, BufferHandle destination, uint32_t bits);
+
+/* n-bit mosaic to BGR24, median, phases D, C, B, A */
+QVI_API Status QVI_BAYn_to_BGR24_med_D(BufferHandle source, BufferHandle destination, uint32_t bits);
+QVI_API Status QVI_BAYn_to_BGR24_med_C(BufferHandle source, BufferHandle destination, uint32_t bits);
+QVI_API Status QVI_BAYn_to_BGR24_med_B(BufferHandle source, BufferHandle destination, uint32_t bits);
+QVI_API Status QVI_BAYn_to_BGR24_med_A(BufferHandle source, BufferHandle destination, uint32_t bits);
+
+/* n-bit mosaic to BGR24, averaging, phases D, C, B, A */
+QVI_API Status QVI_BAYn_to_BGR24_ave_D(BufferHandle source, BufferHandle destination, uint32_t bits);
+QVI_API Status QVI_BAYn_to_BGR24_ave_C(BufferHandle source, BufferHandle destination, uint32_t bits);
+QVI_API Status QVI_BAYn_to_BGR24_ave_B(BufferHandle source, BufferHandle destination, uint32_t bits);
+QVI_API Status QVI_BAYn_to_BGR24_ave_A(BufferHandle source, BufferHandle destination, uint32_t bits);
+
+/* n-bit mosaic to BGR24, duplication, phases D, C, B, A */
+QVI_API Status QVI_BAYn_to_BGR24_dup_D(BufferHandle source, BufferHandle destination, uint32_t bits);
+QVI_API Status QVI_BAYn_to_BGR24_dup_C(BufferHandle source, BufferHandle destination, uint32_t bits);
+QVI_API Status QVI_BAYn_to_BGR24_dup_B(BufferHandle source, BufferHandle destination, uint32_t bits);
+QVI_API Status QVI_BAYn_to_BGR24_dup_A(BufferHandle source, BufferHandle destination, uint32_t bits);
+
+/* n-bit mosaic to RGB16, median, phases D, C, B, A */
+QVI_API Status QVI_BAYn_to_RGB16_med_D(BufferHandle source, BufferHandle destination, uint32_t bits);
+QVI_API Status QVI_BAYn_to_RGB16_med_C(BufferHandle source, BufferHandle destination, uint32_t bits);
+QVI_API Status QVI_BAYn_to_RGB16_med_B(BufferHandle source, BufferHandle destination, uint32_t bits);
+QVI_API Status QVI_BAYn_to_RGB16_med_A(BufferHandle source, BufferHandle destination, uint32_t bits);
+
+/* n-bit mosaic to RGB16, averaging, phases D, C, B, A */
+QVI_API Status QVI_BAYn_to_RGB16_ave_D(BufferHandle source, BufferHandle destination, uint32_t bits);
+QVI_API Status QVI_BAYn_to_RGB16_ave_C(BufferHandle source, BufferHandle destination, uint32_t bits);
+QVI_API Status QVI_BAYn_to_RGB16_ave_B(BufferHandle source, BufferHandle destination, uint32_t bits);
+QVI_API Status QVI_BAYn_to_RGB16_ave_A(BufferHandle source, BufferHandle destination, uint32_t bits);
+
+/* n-bit mosaic to RGB16, duplication, phases D, C, B, A */
+QVI_API Status QVI_BAYn_to_RGB16_dup_D(BufferHandle source, BufferHandle destination, uint32_t bits);
+QVI_API Status QVI_BAYn_to_RGB16_dup_C(BufferHandle source, BufferHandle destination, uint32_t bits);
+QVI_API Status QVI_BAYn_to_RGB16_dup_B(BufferHandle source, BufferHandle destination, uint32_t bits);
+QVI_API Status QVI_BAYn_to_RGB16_dup_A(BufferHandle source, BufferHandle destination, uint32_t bits);
 
 /* ------------------------------------------------------------------------ */
 /* Field to frame                                                           */

@@ -44,9 +44,21 @@ Status CopyRoute(const buffer::ConversionPair& p) {
   return PixelRoute<S, D>(p);
 }
 
+// The demosaic entry points never learn the destination's height: they write
+// the source's height in rows at the destination's stride.  A destination with
+// fewer rows (whose wider stride passed the byte count above) is refused here
+// as too small rather than written past its stride x height.  A destination
+// of the source's geometry always passes.
+bool DestinationHoldsDemosaicRows(const buffer::ConversionPair& p, Fmt destination) {
+  if (p.src_height == 0) return true;
+  const uint64_t last_row_end =
+      uint64_t{p.src_height - 1} * p.dst_stride + uint64_t{p.src_width} * BytesPerPixel(destination);
+  return last_row_end <= uint64_t{p.dst_stride} * p.dst_height;
+}
+
 Status BayerRoute(BufferHandle source, BufferHandle destination, const buffer::ConversionPair& p,
                   Fmt s, Fmt d) {
-  if (!DestinationHolds(p, d)) return STATUS_BAD_BUFFER;
+  if (!DestinationHolds(p, d) || !DestinationHoldsDemosaicRows(p, d)) return STATUS_BAD_BUFFER;
   return bayer::ConvertRoute(source, destination, s, d, p.method, p.phase);
 }
 

@@ -1,0 +1,34 @@
+// A demosaic member from call to result: the frame, then the method's walker.
+#pragma once
+
+#include <cstdint>
+
+#include "bayer/ave_med.h"
+#include "bayer/dup.h"
+#include "bayer/frame.h"
+#include "bayer/member.h"
+#include "qvi.h"
+
+namespace qvi::bayer {
+
+// The walker of a member's method.
+template <class M>
+struct WalkerOf {
+  using type = AveMed<M>;
+};
+template <Depth D, Packing P, Phase F, Deviations X>
+struct WalkerOf<Member<D, P, Method::dup, F, X>> {
+  using type = Dup<Member<D, P, Method::dup, F, X>>;
+};
+
+// The entry point of member M; `bits` is ignored for 8-bit input.
+template <class M>
+Status Demosaic(BufferHandle source, BufferHandle destination, uint32_t bits) {
+  FrameParams f;
+  if (const Status s = QueryFrame<M::kDepth>(source, destination, bits, &f); s != STATUS_OK) return s;
+  Image image;
+  if (LayOut<M::kDepth, M::kPacking>(f, &image)) WalkerOf<M>::type::Run(image, Arith<M::kDepth>(bits));
+  return STATUS_OK;
+}
+
+}  // namespace qvi::bayer
