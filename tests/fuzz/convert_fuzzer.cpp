@@ -38,12 +38,9 @@ void Run(FuzzInput& in) {
   const uint32_t dst_stride = in.Stride(w * BytesPerPixel(dst_fmt));
   const uint32_t flags = in.Byte();
   // The destination's own width and height take no part in the size rule.
-  uint32_t dst_height = flags & 0x10 ? in.Below(2 * h + 2) : h;
+  const uint32_t dst_height = flags & 0x10 ? in.Below(2 * h + 2) : h;
   const uint32_t dst_width = flags & 0x20 ? in.Below(70) : w;
   const uint32_t method = kMethods[in.Below(5)], phase = kPhases[in.Below(5)];
-  // A demosaic member writes `h` rows at the destination's stride: its caller
-  // must supply them (the size rule compares byte counts only).
-  if (IsBayer(src_fmt)) dst_height = std::max(dst_height, h);
 
   const bool below_row_ahead = dst_fmt == Fmt::RGB16 && method == DEMOSAIC_METHOD_MED && phase == BAYER_PHASE_C;
   const uint32_t over = test::DemosaicOverReadSamples(method != DEMOSAIC_METHOD_DUP, below_row_ahead, w, h);

@@ -15,6 +15,7 @@
 #include <thread>
 #include <vector>
 
+#include "support/demosaic_members.h"
 #include "support/qvb_buffer.h"
 
 namespace qvi::test {
@@ -55,6 +56,9 @@ std::vector<Work> Works() {
       {"Y12P to RGB24", {FMT_Y12P, 30, 6, 48}, {FMT_RGB24, 30, 6, 90}, convert},
       {"RGB30 to RGB48", {FMT_RGB30, 20, 5, 84}, {FMT_RGB48, 20, 5, 120}, convert},
       {"Y16 block copy", {FMT_Y16, 24, 6, 50}, {FMT_Y16, 24, 6, 50}, convert},
+      {"BAY8 to BGR24 ave B", {FMT_BAY8, 37, 9, 40}, {FMT_BGR24, 37, 9, 111}, convert, DEMOSAIC_METHOD_AVE, BAYER_PHASE_B},
+      {"BAY12 to RGB16 med C", {FMT_BAY12, 31, 8, 63}, {FMT_RGB16, 31, 8, 62}, convert, DEMOSAIC_METHOD_MED, BAYER_PHASE_C},
+      {"BAY16 to RGBX32 dup D", {FMT_BAY16, 16, 6, 32}, {FMT_RGBX32, 16, 6, 64}, convert, DEMOSAIC_METHOD_DUP, BAYER_PHASE_D},
       {"line duplication", {FMT_Y8, 50, 6, 52}, {FMT_Y8, 50, 12, 52}, field(FIELD_TO_FRAME_LINE_DUP)},
       {"line averaging", {FMT_BGR24, 17, 6, 51}, {FMT_BGR24, 17, 12, 51}, field(FIELD_TO_FRAME_LINE_AVE)},
       {"bilinear", {FMT_YUV422, 16, 7, 34}, {FMT_YUV422, 16, 14, 34}, field(FIELD_TO_FRAME_BILINEAR)},
@@ -62,6 +66,13 @@ std::vector<Work> Works() {
       {"raw file", {FMT_Y8, 45, 7, 48}, {FMT_Y8, 1, 1, 1}, file(FILE_KIND_RAW)},
       {"TIFF file", {FMT_BGR24, 21, 5, 64}, {FMT_Y8, 1, 1, 1}, file(FILE_KIND_TIFF)},
   };
+  // Every seventh demosaic member, called directly.
+  for (size_t i = 0; i < DemosaicMembers().size(); i += 7) {
+    const DemosaicMember& m = DemosaicMembers()[i];
+    works.push_back({m.name, {m.source_format(), 23, 7, 24 * m.sample_bytes() + 1},
+                     {m.destination_format(), 23, 7, 23 * m.pixel_bytes() + 2},
+                     [&m](BufferHandle s, BufferHandle d, const std::string&) { return m.call(s, d, 12); }});
+  }
   return works;
 }
 
