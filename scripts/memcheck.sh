@@ -13,7 +13,7 @@ cmake --preset "$preset" >/dev/null
 cmake --build --preset "$preset" -j "$(nproc)"
 
 programs=()
-for p in "$build"/tests/*/qvi_*_tests "$build"/tests/api/qvi_c_api_test; do programs+=("$p"); done
+for p in "$build"/tests/*/qvi_*_tests "$build"/tests/api/qvi_*_test; do programs+=("$p"); done
 for p in "$build"/tests/fuzz/qvi_fuzz_*; do programs+=("$p tests/fuzz/corpus/${p##*/qvi_fuzz_}"); done
 
 export GTEST_BRIEF=1
