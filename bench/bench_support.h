@@ -34,8 +34,9 @@ struct BenchImage {
 // Runs `work` in the benchmark loop.  `bytes` is what the job moves (its
 // destination size); a memcpy of that many bytes is timed first and the
 // counter x_memcpy is memcpy time / our time (1.0 = as fast as memcpy).
+// Returns our mean time per run in seconds.
 template <class Work>
-void Measure(benchmark::State& state, uint64_t pixels, uint64_t bytes, Work work) {
+double Measure(benchmark::State& state, uint64_t pixels, uint64_t bytes, Work work) {
   std::vector<uint8_t> a(bytes, 1), b(bytes, 2);
   using Clock = std::chrono::steady_clock;
   double memcpy_seconds = 1e30;
@@ -59,6 +60,7 @@ void Measure(benchmark::State& state, uint64_t pixels, uint64_t bytes, Work work
   state.SetBytesProcessed(static_cast<int64_t>(runs * bytes));
   state.counters["Mpx/s"] = benchmark::Counter(static_cast<double>(pixels) * runs / 1e6 / ours);
   state.counters["x_memcpy"] = benchmark::Counter(memcpy_seconds / (ours / runs));
+  return runs == 0 ? 0.0 : ours / runs;
 }
 
 // The sizes every benchmark runs at: VGA, a 5-megapixel sensor, and an odd

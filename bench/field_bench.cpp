@@ -16,13 +16,17 @@ void FieldToFrame(benchmark::State& state, FieldToFrameMethod method, ImageForma
 }
 
 BENCHMARK_CAPTURE(FieldToFrame, LineDup_Y8, FIELD_TO_FRAME_LINE_DUP, FMT_Y8, 1)->Apply(Sizes);
+BENCHMARK_CAPTURE(FieldToFrame, LineDup_BGRX32, FIELD_TO_FRAME_LINE_DUP, FMT_BGRX32, 4)->Apply(Sizes);
 BENCHMARK_CAPTURE(FieldToFrame, LineAve_Y8, FIELD_TO_FRAME_LINE_AVE, FMT_Y8, 1)->Apply(Sizes);
+BENCHMARK_CAPTURE(FieldToFrame, LineAve_BGRX32, FIELD_TO_FRAME_LINE_AVE, FMT_BGRX32, 4)->Apply(Sizes);
 BENCHMARK_CAPTURE(FieldToFrame, Bilinear_Y8, FIELD_TO_FRAME_BILINEAR, FMT_Y8, 1)->Apply(Sizes);
 BENCHMARK_CAPTURE(FieldToFrame, Bilinear_BGR24, FIELD_TO_FRAME_BILINEAR, FMT_BGR24, 3)->Apply(Sizes);
 BENCHMARK_CAPTURE(FieldToFrame, Bilinear_BGRX32, FIELD_TO_FRAME_BILINEAR, FMT_BGRX32, 4)->Apply(Sizes);
 BENCHMARK_CAPTURE(FieldToFrame, Bilinear_YUV422, FIELD_TO_FRAME_BILINEAR, FMT_YUV422, 2)->Apply(Sizes);
 BENCHMARK_CAPTURE(FieldToFrame, Median_Y8, FIELD_TO_FRAME_MEDIAN, FMT_Y8, 1)->Apply(Sizes);
+BENCHMARK_CAPTURE(FieldToFrame, Median_BGR24, FIELD_TO_FRAME_MEDIAN, FMT_BGR24, 3)->Apply(Sizes);
 BENCHMARK_CAPTURE(FieldToFrame, Median_BGRX32, FIELD_TO_FRAME_MEDIAN, FMT_BGRX32, 4)->Apply(Sizes);
+BENCHMARK_CAPTURE(FieldToFrame, Median_YUV422, FIELD_TO_FRAME_MEDIAN, FMT_YUV422, 2)->Apply(Sizes);
 
 }  // namespace
 }  // namespace qvi::bench

@@ -17,6 +17,7 @@
 #include "bayer/member.h"
 #include "bayer/pack.h"
 #include "bayer/sample.h"
+#include "bayer/vec.h"
 
 namespace qvi::bayer {
 
@@ -146,8 +147,9 @@ struct MeanRow {
 };
 
 // The walker: the first row, the interior rows (the two row kinds
-// alternating), the last row, and the named deviations.
-template <class M>
+// alternating), the last row, and the named deviations.  V: the vector
+// policy, which does a leading run of each interior row's pairs.
+template <class M, class V = DefaultVec>
 struct AveMed {
   using A = Arith<M::kDepth>;
   template <uint32_t kParity>
@@ -197,7 +199,9 @@ struct AveMed {
       if (w % 2 == 1) below += Sample<M::kDepth>::kBytes;
     }
     Row<kParity>::template SideColumn<0, kUnreducedBlue && kParity == 0>(above, here, below, out, 0, 1, a);
-    Row<kParity>::InteriorPairs(above, here, below, out, 0, (w - 1) / 2, a);
+    const uint32_t pairs = (w - 1) / 2;
+    const uint32_t done = V::template MeanPairs<M, RowKind<M::kPhase, kParity>>(above, here, below, out, pairs, a);
+    Row<kParity>::InteriorPairs(above, here, below, out, done, pairs, a);
     if (w % 2 == 0) {
       Row<kParity>::template SideColumn<1, kUnreducedRed && kParity == 1>(above, here, below, out, w - 1, w - 2, a);
     }

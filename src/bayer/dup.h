@@ -15,6 +15,7 @@
 #include "bayer/member.h"
 #include "bayer/pack.h"
 #include "bayer/sample.h"
+#include "bayer/vec.h"
 
 namespace qvi::bayer {
 
@@ -68,18 +69,20 @@ struct DupRow {
     }
   }
 
-  template <bool kGreenFromRight>
+  // V does a leading run of the pairs, the loop above the rest.
+  template <bool kGreenFromRight, class V>
   static void Produce(const uint8_t* here, const uint8_t* other, uint8_t* out, uint32_t width, const A& a) {
     Column0<kGreenFromRight>(here, other, out, a);
-    Pairs(here, other, out, 0, (width - 1) / 2, a);
+    const uint32_t pairs = (width - 1) / 2;
+    Pairs(here, other, out, V::template DupPairs<M, Row>(here, other, out, pairs, a), pairs, a);
     // The closing column of an even width has the same rule as a pair's first.
     if (width % 2 == 0) Pixel<1>(here, other, out, width - 1, a);
   }
 };
 
 // The walker: row 0 from rows 0 and 1, then every further row from itself and
-// the row above, the two row kinds alternating.
-template <class M>
+// the row above, the two row kinds alternating.  V: the vector policy.
+template <class M, class V = DefaultVec>
 struct Dup {
   using A = Arith<M::kDepth>;
   template <uint32_t kParity>
@@ -93,15 +96,15 @@ struct Dup {
 
   static void Run(const Image& im, const A& a) {
     // Row 0: the top-left red or blue pixel always takes green from the right.
-    Row<0>::template Produce<true>(im.SrcRow(0), im.SrcRow(1), im.DstRow(0), im.width, a);
+    Row<0>::template Produce<true, V>(im.SrcRow(0), im.SrcRow(1), im.DstRow(0), im.width, a);
     uint32_t y = 1;
     for (; y + 1 < im.height; y += 2) {
-      Row<1>::template Produce<kColumn0GreenFromRight<1>>(im.SrcRow(y), im.SrcRow(y - 1), im.DstRow(y), im.width, a);
-      Row<0>::template Produce<kColumn0GreenFromRight<0>>(im.SrcRow(y + 1), im.SrcRow(y), im.DstRow(y + 1), im.width,
+      Row<1>::template Produce<kColumn0GreenFromRight<1>, V>(im.SrcRow(y), im.SrcRow(y - 1), im.DstRow(y), im.width, a);
+      Row<0>::template Produce<kColumn0GreenFromRight<0>, V>(im.SrcRow(y + 1), im.SrcRow(y), im.DstRow(y + 1), im.width,
                                                           a);
     }
     if (y < im.height) {
-      Row<1>::template Produce<kColumn0GreenFromRight<1>>(im.SrcRow(y), im.SrcRow(y - 1), im.DstRow(y), im.width, a);
+      Row<1>::template Produce<kColumn0GreenFromRight<1>, V>(im.SrcRow(y), im.SrcRow(y - 1), im.DstRow(y), im.width, a);
     }
   }
 };

@@ -66,6 +66,11 @@ class Arith<Depth::BAYn> {
   uint32_t Mean4(uint32_t a, uint32_t b, uint32_t c, uint32_t d) const { return (a + b + c + d) >> mean4_; }
   uint32_t Med4(uint32_t a, uint32_t b, uint32_t c, uint32_t d) const { return (MiddleSum(a, b, c, d) >> 1) >> copy_; }
 
+  // The shift counts, for vector kernels that apply the same arithmetic.
+  uint32_t CopyShift() const { return copy_; }
+  uint32_t Mean2Shift() const { return mean2_; }
+  uint32_t Mean4Shift() const { return mean4_; }
+
  private:
   uint32_t copy_, mean2_, mean4_;
 };

@@ -11,12 +11,14 @@
 #include "buffer/buffer_query.h"
 #include "buffer/line_step.h"
 #include "convert/readers.h"
+#include "convert/vec.h"
 #include "convert/writers.h"
 
 namespace qvi::convert {
 
-// One pixel read, one pixel written.
-template <class R, class W>
+// One pixel read, one pixel written.  V, the vector policy, does a leading
+// run of the line's pixels; the loop does the rest.
+template <class R, class W, class V = DefaultVec>
 struct PixelLine {
   static uint64_t SrcAdvance(uint32_t w) { return uint64_t{w} * R::kBytes; }
   static uint64_t DstAdvance(uint32_t w) { return uint64_t{w} * W::kBytes; }
@@ -27,14 +29,18 @@ struct PixelLine {
     return buffer::LineGap(stride, w * W::kBytes, buffer::GapRounding(W::kBytes));
   }
   static void Row(const uint8_t* s, uint8_t* d, uint32_t w) {
-    for (uint32_t x = 0; x < w; ++x, s += R::kBytes, d += W::kBytes) W::Put(d, R::Get(s));
+    const uint32_t done = V::template Pixels<R, W>(s, d, w);
+    s += uint64_t{done} * R::kBytes;
+    d += uint64_t{done} * W::kBytes;
+    for (uint32_t x = done; x < w; ++x, s += R::kBytes, d += W::kBytes) W::Put(d, R::Get(s));
   }
 };
 
 // Two pixels per step (packed sources).  Pairs are produced while the pixel
 // counter is below the width, so an odd width writes one pixel more than w;
-// the gaps are those of w pixels all the same, so such lines drift.
-template <class R, class W>
+// the gaps are those of w pixels all the same, so such lines drift.  V does
+// a leading run of whole pairs.
+template <class R, class W, class V = DefaultVec>
 struct PairLine {
   static uint64_t Pairs(uint32_t w) { return (uint64_t{w} + 1) / 2; }
   static uint64_t SrcAdvance(uint32_t w) { return Pairs(w) * R::kStepBytes; }
@@ -46,7 +52,10 @@ struct PairLine {
     return buffer::LineGap(stride, w * W::kBytes, buffer::GapRounding(W::kBytes));
   }
   static void Row(const uint8_t* s, uint8_t* d, uint32_t w) {
-    for (uint32_t x = 0; x < w; x += 2, s += R::kStepBytes, d += 2 * W::kBytes) {
+    const uint32_t done = V::template Pairs<R, W>(s, d, w);  // even
+    s += uint64_t{done / 2} * R::kStepBytes;
+    d += uint64_t{done} * W::kBytes;
+    for (uint32_t x = done; x < w; x += 2, s += R::kStepBytes, d += 2 * W::kBytes) {
       typename R::Pixel first, second;
       R::Get2(s, &first, &second);
       W::Put(d, first);
@@ -55,20 +64,20 @@ struct PairLine {
   }
 };
 
-template <class R, class W>
-using LineFor = std::conditional_t<R::kPixelsPerStep == 2, PairLine<R, W>, PixelLine<R, W>>;
+template <class R, class W, class V>
+using LineFor = std::conditional_t<R::kPixelsPerStep == 2, PairLine<R, W, V>, PixelLine<R, W, V>>;
 
 // The line kernel of a route: a reader and a writer, unless named below.
-template <Fmt S, Fmt D>
+template <Fmt S, Fmt D, class V = DefaultVec>
 struct RouteLine {
-  using type = LineFor<Reader<S>, Writer<D>>;
+  using type = LineFor<Reader<S>, Writer<D>, V>;
 };
 
 // FMT_RGB30 into FMT_RGB48 mixes neighbouring words: pixel j keeps the red of
 // its own word but takes green and blue from word j + 1, so the last pixel of
 // a line reads the word after the line (its padding, or the next line's first
 // pixel).  Each line starts afresh with its own first word.
-struct GreenBlueFromNextWordLine : PixelLine<Reader<Fmt::RGB30>, Writer<Fmt::RGB48>> {
+struct GreenBlueFromNextWordLine : PixelLine<Reader<Fmt::RGB30>, Writer<Fmt::RGB48>, NoVec> {
   // Bytes read after the line's last pixel.
   static constexpr uint64_t kReadsPastLine = 4;
   // `next_word_in_source` is false when the word after the line lies outside
@@ -88,8 +97,8 @@ struct GreenBlueFromNextWordLine : PixelLine<Reader<Fmt::RGB30>, Writer<Fmt::RGB
   }
 };
 
-template <>
-struct RouteLine<Fmt::RGB30, Fmt::RGB48> {
+template <class V>
+struct RouteLine<Fmt::RGB30, Fmt::RGB48, V> {
   using type = GreenBlueFromNextWordLine;
 };
 

@@ -23,6 +23,7 @@ struct Reader<Fmt::Y8> {
 
 template <uint32_t N>
 struct DeepGreyReader {
+  static constexpr uint32_t kSignificantBits = N;
   static constexpr uint32_t kPixelsPerStep = 1;
   static constexpr uint32_t kBytes = 2;
   static DeepGrey<N> Get(const uint8_t* s) { return {Load16(s)}; }

@@ -42,6 +42,7 @@ struct Writer<Fmt::Y32> {
 // 5:6:5 words; kRedHigh chooses which of red and blue takes bits 11-15.
 template <bool kRedHigh>
 struct Packed565Writer {
+  static constexpr bool kRedInHighField = kRedHigh;
   static constexpr uint32_t kBytes = 2;
   template <class P>
   static void Put(uint8_t* d, const P& p) {
@@ -57,6 +58,7 @@ template <> struct Writer<Fmt::BGR16> : Packed565Writer<false> {};
 // 5:5:5 words, bit 15 zero.
 template <bool kRedHigh>
 struct Packed555Writer {
+  static constexpr bool kRedInHighField = kRedHigh;
   static constexpr uint32_t kBytes = 2;
   template <class P>
   static void Put(uint8_t* d, const P& p) {
@@ -72,6 +74,7 @@ template <> struct Writer<Fmt::BGR15> : Packed555Writer<false> {};
 // Three bytes; kRgbOrder puts red first, else blue first.
 template <bool kRgbOrder>
 struct Bytes24Writer {
+  static constexpr bool kRedFirst = kRgbOrder;
   static constexpr uint32_t kBytes = 3;
   static void Put3(uint8_t* d, const Rgb8& c) {
     d[0] = static_cast<uint8_t>(kRgbOrder ? c.r : c.b);
@@ -88,6 +91,8 @@ template <> struct Writer<Fmt::RGB24> : Bytes24Writer<true> {};
 // Colour sources leave the X byte as it was; grey fills all four bytes.
 template <bool kRgbOrder, uint32_t kOffset>
 struct Bytes32Writer {
+  static constexpr bool kRedFirst = kRgbOrder;
+  static constexpr uint32_t kColourOffset = kOffset;
   static constexpr uint32_t kBytes = 4;
   template <class P>
   static void Put(uint8_t* d, const P& p) {

@@ -8,6 +8,7 @@
 #include <cstring>
 
 #include "field/field_formats.h"
+#include "field/vec.h"
 
 namespace qvi::field {
 
@@ -15,11 +16,13 @@ namespace qvi::field {
 inline void CopyAboveRow(const uint8_t* a, const uint8_t*, uint8_t* out, uint32_t n) { std::memmove(out, a, n); }
 
 // Byte-wise truncating mean (a + b) >> 1 over all n bytes, padding included
-// and regardless of how pixels are packed.  Eight bytes at a time as
-// (x & y) + ((x ^ y) >> 1), the mask keeping each byte's shift to itself.
-inline void MeanRow(const uint8_t* a, const uint8_t* b, uint8_t* out, uint32_t n) {
+// and regardless of how pixels are packed.  After V's leading run, eight
+// bytes at a time as (x & y) + ((x ^ y) >> 1), the mask keeping each byte's
+// shift to itself.
+template <class V = DefaultVec>
+void MeanRow(const uint8_t* a, const uint8_t* b, uint8_t* out, uint32_t n) {
   constexpr uint64_t kAllButLowBits = 0xFEFEFEFEFEFEFEFEull;
-  uint32_t i = 0;
+  uint32_t i = V::Mean(a, b, out, n);
   for (; n - i >= 8; i += 8) {
     uint64_t x, y;
     std::memcpy(&x, a + i, 8);
@@ -95,7 +98,8 @@ struct Median {
 // A missing line of n bytes of a format of the given shape: the layout's
 // edge bytes are vertical means, every other byte is Op over its same-kind
 // neighbours.  A line too short to have an interior is all vertical means.
-template <Shape S, class Op>
+// V does a leading run of the interior.
+template <Shape S, class Op, class V = DefaultVec>
 void InterpolatedRow(const uint8_t* a, const uint8_t* b, uint8_t* out, uint32_t n) {
   constexpr FieldLayout L = LayoutOf(S);
   if (n <= uint32_t{L.lead} + L.tail) {
@@ -110,7 +114,7 @@ void InterpolatedRow(const uint8_t* a, const uint8_t* b, uint8_t* out, uint32_t 
     out[2] = Op::At(a, b, 2, L.even_step);
     out[3] = VerticalMean(a, b, 3);
     const uint32_t end = n - L.tail - (n & 1u);
-    uint32_t i = 4;
+    uint32_t i = V::template Interior422<Op>(a, b, out, 4, end);
     for (; i + 1 < end; i += 2) {
       out[i] = Op::At(a, b, i, L.even_step);
       out[i + 1] = Op::At(a, b, i + 1, L.odd_step);
@@ -119,9 +123,16 @@ void InterpolatedRow(const uint8_t* a, const uint8_t* b, uint8_t* out, uint32_t 
     if ((n & 1u) != 0 && end > 4) out[end] = VerticalMean(a, b, end);
   } else {
     static_assert(L.even_step == L.odd_step && L.lead == L.even_step && L.tail == L.even_step);
-    for (uint32_t i = L.lead; i < n - L.tail; ++i) out[i] = Op::At(a, b, i, L.even_step);
+    const uint32_t end = n - L.tail;
+    for (uint32_t i = V::template Interior<Op>(a, b, out, L.lead, end, L.even_step); i < end; ++i) {
+      out[i] = Op::At(a, b, i, L.even_step);
+    }
   }
   for (uint32_t i = n - L.tail; i < n; ++i) out[i] = VerticalMean(a, b, i);
 }
 
 }  // namespace qvi::field
+
+#if QVI_HAVE_SSE2
+#include "field/rows_sse2.h"
+#endif

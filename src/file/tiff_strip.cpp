@@ -4,7 +4,7 @@
 #include <cstring>
 
 #include "buffer/line_step.h"
-#include "buffer/memory.h"
+#include "file/tiff_rows.h"
 
 namespace qvi::file::tiff {
 namespace {
@@ -13,40 +13,7 @@ namespace {
 // block at a time rather than with one putc each: the file gets the same
 // bytes, in far fewer writes.  The size is a multiple of 1, 2 and 3 bytes.
 constexpr uint32_t kBlockBytes = 24 * 1024;
-
-// Row kernels: `n` pixels from memory to file order.
-struct Grey8Row {
-  static constexpr bool kFileOrderIsMemoryOrder = true;
-  static constexpr uint32_t kBytesPerPixel = 1;
-  static constexpr uint32_t kGapRounding = 1;
-  static void Convert(uint8_t* out, const uint8_t* in, uint32_t n) { std::memcpy(out, in, n); }
-};
-
-struct ReversedTripletRow {
-  static constexpr bool kFileOrderIsMemoryOrder = false;
-  static constexpr uint32_t kBytesPerPixel = 3;
-  static constexpr uint32_t kGapRounding = 1;
-  static void Convert(uint8_t* out, const uint8_t* in, uint32_t n) {
-    for (uint32_t i = 0; i < n; ++i, in += 3, out += 3) {
-      out[0] = in[2];
-      out[1] = in[1];
-      out[2] = in[0];
-    }
-  }
-};
-
-struct Grey16BigEndianRow {
-  static constexpr bool kFileOrderIsMemoryOrder = false;
-  static constexpr uint32_t kBytesPerPixel = 2;
-  static constexpr uint32_t kGapRounding = 2;
-  static void Convert(uint8_t* out, const uint8_t* in, uint32_t n) {
-    for (uint32_t i = 0; i < n; ++i, in += 2, out += 2) {
-      const uint32_t sample = Load16(in);
-      out[0] = static_cast<uint8_t>(sample >> 8);
-      out[1] = static_cast<uint8_t>(sample);
-    }
-  }
-};
+static_assert(kBlockBytes % 6 == 0, "whole pixels of 1, 2 and 3 bytes");
 
 void WriteZeros(FILE* stream, uint64_t bytes) {
   static constexpr uint8_t kZeros[4096] = {};
@@ -105,7 +72,7 @@ void WalkStrip(FILE* stream, const StripSource& image) {
 void WriteStrip(FILE* stream, const StripSource& image, Pixels pixels) {
   switch (pixels) {
     case Pixels::Grey8: return WalkStrip<Grey8Row>(stream, image);
-    case Pixels::ReversedTriplet: return WalkStrip<ReversedTripletRow>(stream, image);
+    case Pixels::ReversedTriplet: return WalkStrip<ReversedTripletRow<>>(stream, image);
     case Pixels::Grey16BigEndian: return WalkStrip<Grey16BigEndianRow>(stream, image);
   }
 }

@@ -1,0 +1,248 @@
+// SSE2 pair kernels of the demosaic methods: blocks of 8 pairs (16 pixels,
+// columns x .. x + 15 with x = 2k + 1), the same arithmetic as the portable
+// pair loop lane by lane.
+//
+// Every neighbour is an unaligned load at an offset of one sample, so a block
+// reads exactly the samples its pairs read in the portable loop (up to one
+// past its last pixel) and writes exactly its pixels' bytes; the X bytes of
+// the 32-bit packings are loaded and stored back unchanged.  Lanes alternate
+// between the two site kinds of the row, so each colour is computed both
+// ways and chosen per lane by a constant mask.
+#pragma once
+
+#include <cstdint>
+#include <type_traits>
+
+#include "bayer/member.h"
+#include "bayer/pack.h"
+#include "bayer/sample.h"
+#include "buffer/sse2.h"
+
+namespace qvi::bayer::sse2 {
+
+using qvi::sse2::LoadU;
+using qvi::sse2::Select;
+using qvi::sse2::StoreU;
+
+// 8-bit samples, 16 lanes: the arithmetic of Arith<Depth::BAY8>.
+struct ByteLanes {
+  static constexpr uint32_t kLanes = 16;
+  explicit ByteLanes(const Arith<Depth::BAY8>&) {}
+  static bool Usable(const Arith<Depth::BAY8>&) { return true; }
+  // Lanes at even offsets from the block's first column.
+  static __m128i EvenLanes() { return _mm_set1_epi16(0x00FF); }
+  static __m128i At(const uint8_t* row, uint32_t x) { return LoadU(row + x); }
+
+  // (x + y) >> 1: the rounding-up average less the dropped half.
+  static __m128i Half(__m128i x, __m128i y) {
+    return _mm_sub_epi8(_mm_avg_epu8(x, y), _mm_and_si128(_mm_xor_si128(x, y), _mm_set1_epi8(1)));
+  }
+  __m128i Copy(__m128i v) const { return v; }
+  __m128i Mean2(__m128i x, __m128i y) const { return Half(x, y); }
+  // (a + b + c + d) >> 2 from the two pair means: their mean, plus one when
+  // all three dropped halves (of both pairs and of the mean) were set.
+  __m128i Mean4(__m128i a, __m128i b, __m128i c, __m128i d) const {
+    const __m128i m1 = Half(a, b), m2 = Half(c, d);
+    const __m128i carry = _mm_and_si128(_mm_and_si128(_mm_xor_si128(m1, m2), _mm_xor_si128(a, b)),
+                                        _mm_and_si128(_mm_xor_si128(c, d), _mm_set1_epi8(1)));
+    return _mm_add_epi8(Half(m1, m2), carry);
+  }
+  __m128i Med4(__m128i a, __m128i b, __m128i c, __m128i d) const {
+    const __m128i lo = _mm_max_epu8(_mm_min_epu8(a, b), _mm_min_epu8(c, d));
+    const __m128i hi = _mm_min_epu8(_mm_max_epu8(a, b), _mm_max_epu8(c, d));
+    return Half(lo, hi);
+  }
+};
+
+// n-bit samples, 8 lanes of 16 bits: the arithmetic of Arith<Depth::BAYn>.
+// Each reduction is taken as a halving (or quartering) inside 16 bits and
+// the rest of the shift, which is the same as the one shift of the full sum
+// whenever the mean shifts are at least 1 and 2 (every depth but 6 and 7;
+// those go to the portable loop).
+struct WordLanes {
+  static constexpr uint32_t kLanes = 8;
+  explicit WordLanes(const Arith<Depth::BAYn>& a)
+      : copy_(_mm_cvtsi32_si128(static_cast<int>(a.CopyShift()))),
+        mean2_(_mm_cvtsi32_si128(static_cast<int>(a.Mean2Shift() - 1))),
+        mean4_(_mm_cvtsi32_si128(static_cast<int>(a.Mean4Shift() - 2))) {}
+  static bool Usable(const Arith<Depth::BAYn>& a) { return a.Mean2Shift() >= 1 && a.Mean4Shift() >= 2; }
+  static __m128i EvenLanes() { return _mm_set1_epi32(0x0000FFFF); }
+  static __m128i At(const uint8_t* row, uint32_t x) { return LoadU(row + 2 * uint64_t{x}); }
+
+  // (x + y) >> 1 without leaving 16 bits.
+  static __m128i Half(__m128i x, __m128i y) {
+    return _mm_add_epi16(_mm_and_si128(x, y), _mm_srli_epi16(_mm_xor_si128(x, y), 1));
+  }
+  static __m128i Min(__m128i a, __m128i b) { return _mm_sub_epi16(a, _mm_subs_epu16(a, b)); }
+  static __m128i Max(__m128i a, __m128i b) { return _mm_add_epi16(b, _mm_subs_epu16(a, b)); }
+
+  __m128i Copy(__m128i v) const { return _mm_srl_epi16(v, copy_); }
+  __m128i Mean2(__m128i x, __m128i y) const { return _mm_srl_epi16(Half(x, y), mean2_); }
+  __m128i Mean4(__m128i a, __m128i b, __m128i c, __m128i d) const {
+    const __m128i m1 = Half(a, b), m2 = Half(c, d);
+    const __m128i carry = _mm_and_si128(_mm_and_si128(_mm_xor_si128(m1, m2), _mm_xor_si128(a, b)),
+                                        _mm_and_si128(_mm_xor_si128(c, d), _mm_set1_epi16(1)));
+    return _mm_srl_epi16(_mm_add_epi16(Half(m1, m2), carry), mean4_);
+  }
+  __m128i Med4(__m128i a, __m128i b, __m128i c, __m128i d) const {
+    const __m128i lo = Max(Min(a, b), Min(c, d));
+    const __m128i hi = Min(Max(a, b), Max(c, d));
+    return _mm_srl_epi16(Half(lo, hi), copy_);
+  }
+
+ private:
+  __m128i copy_, mean2_, mean4_;
+};
+
+template <Depth D>
+using LanesOf = std::conditional_t<D == Depth::BAY8, ByteLanes, WordLanes>;
+
+// One vector of pixels as the row's colour, green and the other colour.
+struct Triple {
+  __m128i row, green, other;
+};
+
+// The rules of the interior pairs for the pixels x .. x + kLanes - 1.
+template <class M, class Row>
+struct PairRules {
+  using L = LanesOf<M::kDepth>;
+  // Lanes holding the row's red or blue samples.
+  static __m128i Sites() {
+    return Row::SiteAt(1) ? L::EvenLanes() : _mm_xor_si128(L::EvenLanes(), _mm_set1_epi32(-1));
+  }
+
+  static Triple Dup(const L& l, const uint8_t* here, const uint8_t* other, uint32_t x) {
+    const __m128i sites = Sites();
+    const __m128i h = L::At(here, x), left = L::At(here, x - 1);
+    const __m128i o = L::At(other, x), o_left = L::At(other, x - 1);
+    return {l.Copy(Select(sites, h, left)), l.Copy(Select(sites, left, h)), l.Copy(Select(sites, o_left, o))};
+  }
+
+  static Triple Mean(const L& l, const uint8_t* above, const uint8_t* here, const uint8_t* below, uint32_t x) {
+    const __m128i sites = Sites();
+    const __m128i n = L::At(above, x), s = L::At(below, x);
+    const __m128i w = L::At(here, x - 1), h = L::At(here, x), e = L::At(here, x + 1);
+    const __m128i nw = L::At(above, x - 1), ne = L::At(above, x + 1);
+    const __m128i sw = L::At(below, x - 1), se = L::At(below, x + 1);
+    __m128i green, diagonal;
+    if constexpr (M::kMethod == Method::med) {
+      green = l.Med4(n, w, s, e);
+      diagonal = l.Med4(nw, ne, sw, se);
+    } else {
+      green = l.Mean4(n, s, w, e);
+      diagonal = l.Mean4(nw, ne, sw, se);
+    }
+    return {Select(sites, l.Copy(h), l.Mean2(w, e)), Select(sites, green, l.Copy(h)),
+            Select(sites, diagonal, l.Mean2(n, s))};
+  }
+};
+
+// Sixteen pixels' channel values: 8-bit lanes, or 16-bit lanes in two halves.
+struct Bytes16 {
+  __m128i r, g, b;
+};
+struct Words16 {
+  __m128i r[2], g[2], b[2];
+};
+
+template <class Row>
+void Assign(const Triple& t, __m128i* r, __m128i* g, __m128i* b) {
+  *g = t.green;
+  *r = Row::kRed ? t.row : t.other;
+  *b = Row::kRed ? t.other : t.row;
+}
+
+// The low 8 bits of each 16-bit value, sixteen of them in one vector.
+inline __m128i LowBytes(__m128i lo, __m128i hi) {
+  const __m128i mask = _mm_set1_epi16(0x00FF);
+  return _mm_packus_epi16(_mm_and_si128(lo, mask), _mm_and_si128(hi, mask));
+}
+inline Bytes16 ToBytes(const Words16& v) { return {LowBytes(v.r[0], v.r[1]), LowBytes(v.g[0], v.g[1]), LowBytes(v.b[0], v.b[1])}; }
+inline Words16 ToWords(const Bytes16& v) {
+  const __m128i z = _mm_setzero_si128();
+  return {{_mm_unpacklo_epi8(v.r, z), _mm_unpackhi_epi8(v.r, z)},
+          {_mm_unpacklo_epi8(v.g, z), _mm_unpackhi_epi8(v.g, z)},
+          {_mm_unpacklo_epi8(v.b, z), _mm_unpackhi_epi8(v.b, z)}};
+}
+
+// 5:6:5 words: (hi << 8) & 0xF800 | (g << 3) & 0x07E0 | lo >> 3, lo unmasked.
+inline __m128i Word565(__m128i hi, __m128i g, __m128i lo) {
+  return _mm_or_si128(_mm_or_si128(_mm_and_si128(_mm_slli_epi16(hi, 8), _mm_set1_epi16(static_cast<short>(0xF800))),
+                                   _mm_and_si128(_mm_slli_epi16(g, 3), _mm_set1_epi16(0x07E0))),
+                      _mm_srli_epi16(lo, 3));
+}
+
+// Packer<P>::Store for sixteen pixels.
+template <Packing P>
+void Put(uint8_t* out, const Words16& v) {
+  if constexpr (P == Packing::RGB16 || P == Packing::BGR16) {
+    for (int i = 0; i < 2; ++i) {
+      const __m128i w = P == Packing::RGB16 ? Word565(v.r[i], v.g[i], v.b[i]) : Word565(v.b[i], v.g[i], v.r[i]);
+      StoreU(out + 16 * i, w);
+    }
+  } else {
+    const Bytes16 b = ToBytes(v);
+    Put<P>(out, b);
+  }
+}
+template <Packing P>
+void Put(uint8_t* out, const Bytes16& v) {
+  if constexpr (P == Packing::RGB16 || P == Packing::BGR16) {
+    Put<P>(out, ToWords(v));
+  } else if constexpr (P == Packing::BGR24) {
+    qvi::sse2::Store24(out, qvi::sse2::Interleave(v.b, v.g, v.r));
+  } else if constexpr (P == Packing::BGRX32) {
+    qvi::sse2::Store32KeepingX<0>(out, qvi::sse2::Interleave(v.b, v.g, v.r));
+  } else {
+    static_assert(P == Packing::RGBX32);
+    qvi::sse2::Store32KeepingX<0>(out, qvi::sse2::Interleave(v.r, v.g, v.b));
+  }
+}
+
+// The policy the walkers call.
+struct Vec {
+  template <class M, class Row>
+  static uint32_t DupPairs(const uint8_t* here, const uint8_t* other, uint8_t* out, uint32_t count,
+                           const Arith<M::kDepth>& a) {
+    return Blocks<M, Row>(count, a, out, [&](const LanesOf<M::kDepth>& l, uint32_t x) {
+      return PairRules<M, Row>::Dup(l, here, other, x);
+    });
+  }
+
+  template <class M, class Row>
+  static uint32_t MeanPairs(const uint8_t* above, const uint8_t* here, const uint8_t* below, uint8_t* out,
+                            uint32_t count, const Arith<M::kDepth>& a) {
+    return Blocks<M, Row>(count, a, out, [&](const LanesOf<M::kDepth>& l, uint32_t x) {
+      return PairRules<M, Row>::Mean(l, above, here, below, x);
+    });
+  }
+
+ private:
+  static constexpr uint32_t kPairsPerBlock = 8;
+
+  // Whole blocks of pairs from pair 0 while they last; returns the pairs done.
+  template <class M, class Row, class Rules>
+  static uint32_t Blocks(uint32_t count, const Arith<M::kDepth>& a, uint8_t* out, Rules rules) {
+    using L = LanesOf<M::kDepth>;
+    if (!L::Usable(a)) return 0;
+    const L l(a);
+    uint32_t k = 0;
+    for (; count - k >= kPairsPerBlock; k += kPairsPerBlock) {
+      const uint32_t x = 2 * k + 1;
+      uint8_t* d = out + uint64_t{x} * Packer<M::kPacking>::kBytes;
+      if constexpr (L::kLanes == 16) {
+        Bytes16 v;
+        Assign<Row>(rules(l, x), &v.r, &v.g, &v.b);
+        Put<M::kPacking>(d, v);
+      } else {
+        Words16 v;
+        Assign<Row>(rules(l, x), &v.r[0], &v.g[0], &v.b[0]);
+        Assign<Row>(rules(l, x + 8), &v.r[1], &v.g[1], &v.b[1]);
+        Put<M::kPacking>(d, v);
+      }
+    }
+    return k;
+  }
+};
+
+}  // namespace qvi::bayer::sse2

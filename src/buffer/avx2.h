@@ -1,0 +1,65 @@
+// AVX2 helpers shared by the vector row kernels, the 256-bit counterparts of
+// buffer/sse2.h.  Every function carries QVI_AVX2 and is only reached after
+// CpuHasAvx2() (buffer/simd.h).
+#pragma once
+
+#include <immintrin.h>
+
+#include <cstdint>
+
+#include "buffer/simd.h"
+
+namespace qvi::avx2 {
+
+QVI_AVX2 inline __m256i LoadU(const uint8_t* p) { return _mm256_loadu_si256(reinterpret_cast<const __m256i*>(p)); }
+QVI_AVX2 inline void StoreU(uint8_t* p, __m256i v) { _mm256_storeu_si256(reinterpret_cast<__m256i*>(p), v); }
+
+QVI_AVX2 inline __m256i Select(__m256i mask, __m256i a, __m256i b) { return _mm256_blendv_epi8(b, a, mask); }
+
+// Thirty-two 32-bit pixels in four vectors, in order.
+struct Quads {
+  __m256i q[4];
+};
+
+// Planes of 32 bytes to pixels with bytes c0, c1, c2 and a zero.  The
+// unpacks work inside 128-bit halves; the last step puts the halves in order.
+QVI_AVX2 inline Quads Interleave(__m256i c0, __m256i c1, __m256i c2) {
+  const __m256i z = _mm256_setzero_si256();
+  const __m256i lo01 = _mm256_unpacklo_epi8(c0, c1), hi01 = _mm256_unpackhi_epi8(c0, c1);
+  const __m256i lo2 = _mm256_unpacklo_epi8(c2, z), hi2 = _mm256_unpackhi_epi8(c2, z);
+  const __m256i a = _mm256_unpacklo_epi16(lo01, lo2), b = _mm256_unpackhi_epi16(lo01, lo2);  // 0-3 16-19, 4-7 20-23
+  const __m256i c = _mm256_unpacklo_epi16(hi01, hi2), d = _mm256_unpackhi_epi16(hi01, hi2);  // 8-11 24-27, 12-15 28-31
+  return {{_mm256_permute2x128_si256(a, b, 0x20), _mm256_permute2x128_si256(c, d, 0x20),
+           _mm256_permute2x128_si256(a, b, 0x31), _mm256_permute2x128_si256(c, d, 0x31)}};
+}
+
+// Thirty-two 32-bit pixels written as 96 bytes of their first three bytes.
+QVI_AVX2 inline void Store24(uint8_t* out, const Quads& p) {
+  const __m256i squeeze =
+      _mm256_setr_epi8(0, 1, 2, 4, 5, 6, 8, 9, 10, 12, 13, 14, -1, -1, -1, -1, 0, 1, 2, 4, 5, 6, 8, 9, 10, 12, 13, 14,
+                       -1, -1, -1, -1);
+  // Each vector's 24 bytes now lie in 32-bit words 0-2 and 4-6.
+  const __m256i s0 = _mm256_shuffle_epi8(p.q[0], squeeze), s1 = _mm256_shuffle_epi8(p.q[1], squeeze);
+  const __m256i s2 = _mm256_shuffle_epi8(p.q[2], squeeze), s3 = _mm256_shuffle_epi8(p.q[3], squeeze);
+  StoreU(out, _mm256_blend_epi32(_mm256_permutevar8x32_epi32(s0, _mm256_setr_epi32(0, 1, 2, 4, 5, 6, 0, 0)),
+                                 _mm256_permutevar8x32_epi32(s1, _mm256_setr_epi32(0, 0, 0, 0, 0, 0, 0, 1)), 0xC0));
+  StoreU(out + 32, _mm256_blend_epi32(_mm256_permutevar8x32_epi32(s1, _mm256_setr_epi32(2, 4, 5, 6, 0, 0, 0, 0)),
+                                      _mm256_permutevar8x32_epi32(s2, _mm256_setr_epi32(0, 0, 0, 0, 0, 1, 2, 4)), 0xF0));
+  StoreU(out + 64, _mm256_blend_epi32(_mm256_permutevar8x32_epi32(s2, _mm256_setr_epi32(5, 6, 0, 0, 0, 0, 0, 0)),
+                                      _mm256_permutevar8x32_epi32(s3, _mm256_setr_epi32(0, 0, 0, 1, 2, 4, 5, 6)), 0xFC));
+}
+
+// Thirty-two 32-bit pixels (zero top bytes) over 128 bytes, their three
+// bytes at kOffset (0 or 1); the fourth byte of each keeps its value.
+template <uint32_t kOffset>
+QVI_AVX2 void Store32KeepingX(uint8_t* out, const Quads& p) {
+  static_assert(kOffset == 0 || kOffset == 1);
+  const __m256i x = _mm256_set1_epi32(kOffset == 0 ? static_cast<int>(0xFF000000u) : 0xFF);
+  for (int i = 0; i < 4; ++i) {
+    uint8_t* d = out + 32 * i;
+    const __m256i colours = kOffset == 0 ? p.q[i] : _mm256_slli_epi32(p.q[i], 8);
+    StoreU(d, _mm256_or_si256(_mm256_and_si256(LoadU(d), x), colours));
+  }
+}
+
+}  // namespace qvi::avx2

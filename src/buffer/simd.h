@@ -1,0 +1,53 @@
+// Which row kernels the library runs.
+//
+// Every subsystem has portable row kernels and, where they pay, SSE2 ones
+// (SSE2 is part of every x86-64 processor, so nothing is detected at run
+// time) and for some AVX2 ones.  A walker takes a vector policy: NoVec does nothing and leaves every
+// pixel to the portable loop; an SSE2 policy does a leading run of whole
+// vector blocks and tells the walker how far it got, and the portable loop
+// finishes the line.  Both policies compile on x86-64 whatever the build, so
+// the tests can hold them against each other; QVI_PORTABLE_ONLY (the CMake
+// option of the same name) makes the library itself run NoVec everywhere.
+#pragma once
+
+#if defined(__SSE2__) || defined(_M_X64)
+#define QVI_HAVE_SSE2 1
+#else
+#define QVI_HAVE_SSE2 0
+#endif
+
+#if QVI_HAVE_SSE2 && !defined(QVI_PORTABLE_ONLY)
+#define QVI_USE_SSE2 1
+#else
+#define QVI_USE_SSE2 0
+#endif
+
+// AVX2 kernels are compiled per function (QVI_AVX2 marks each), so the rest
+// of the library keeps the baseline instruction set, and run only when the
+// processor has AVX2: CpuHasAvx2() asks on every call.  Its answer comes
+// from the processor model the compiler's runtime reads once when the
+// program is loaded (asking the processor itself traps to the hypervisor on
+// virtual machines, a hundred microseconds and more); the library keeps no
+// flag of its own.
+#if QVI_HAVE_SSE2 && (defined(__GNUC__) || defined(__clang__))
+#define QVI_HAVE_AVX2 1
+#define QVI_AVX2 __attribute__((target("avx2")))
+#else
+#define QVI_HAVE_AVX2 0
+#endif
+
+#if QVI_HAVE_AVX2 && !defined(QVI_PORTABLE_ONLY)
+#define QVI_USE_AVX2 1
+#else
+#define QVI_USE_AVX2 0
+#endif
+
+namespace qvi {
+
+#if QVI_HAVE_AVX2
+inline bool CpuHasAvx2() { return __builtin_cpu_supports("avx2"); }
+#else
+inline bool CpuHasAvx2() { return false; }
+#endif
+
+}  // namespace qvi

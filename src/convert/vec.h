@@ -1,0 +1,35 @@
+// The vector policies of the conversion line kernels.  Pixels<R, W> converts
+// a leading run of a line's pixels, Pairs<R, W> a leading run of a packed
+// source's pairs (an even number of pixels), and each returns how many
+// pixels it did; the portable loop does the rest.  A pair of reader and
+// writer without a vector kernel does nothing.
+#pragma once
+
+#include <cstdint>
+
+#include "buffer/simd.h"
+
+#if QVI_HAVE_SSE2
+#include "convert/rows_sse2.h"
+#endif
+
+namespace qvi::convert {
+
+struct NoVec {
+  template <class R, class W>
+  static uint32_t Pixels(const uint8_t*, uint8_t*, uint32_t) {
+    return 0;
+  }
+  template <class R, class W>
+  static uint32_t Pairs(const uint8_t*, uint8_t*, uint32_t) {
+    return 0;
+  }
+};
+
+#if QVI_USE_SSE2
+using DefaultVec = sse2::Vec;
+#else
+using DefaultVec = NoVec;
+#endif
+
+}  // namespace qvi::convert

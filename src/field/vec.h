@@ -1,0 +1,35 @@
+// The vector policies of the de-interlacing rows.  Each call does a leading
+// run of a row's bytes from the given index and returns where it stopped;
+// the portable loop goes on from there.  (field_rows.h brings in the SSE2
+// policy after its own definitions, which that policy uses.)
+#pragma once
+
+#include <cstdint>
+
+#include "buffer/simd.h"
+
+namespace qvi::field {
+
+struct NoVec {
+  template <class Op>
+  static uint32_t Interior(const uint8_t*, const uint8_t*, uint8_t*, uint32_t i, uint32_t, uint32_t) {
+    return i;
+  }
+  template <class Op>
+  static uint32_t Interior422(const uint8_t*, const uint8_t*, uint8_t*, uint32_t i, uint32_t) {
+    return i;
+  }
+  static uint32_t Mean(const uint8_t*, const uint8_t*, uint8_t*, uint32_t) { return 0; }
+};
+
+namespace sse2 {
+struct Vec;
+}
+
+#if QVI_USE_SSE2
+using DefaultVec = sse2::Vec;
+#else
+using DefaultVec = NoVec;
+#endif
+
+}  // namespace qvi::field
