@@ -18,29 +18,18 @@
 #include <random>
 
 #include "support/image.h"
+#include "support/scratch_dir.h"
 
 namespace qvi::test {
 namespace {
 
-// Fresh fake buffers, and a scratch directory removed with everything in it.
-class FileOutput : public ::testing::Test {
+class FileOutput : public FileTest {
  protected:
-  void SetUp() override {
-    ResetFakeBuffers();
-    ASSERT_NE(mkdtemp(dir_.data()), nullptr);
-  }
-  void TearDown() override { std::filesystem::remove_all(dir_); }
-  std::string Path(const std::string& name) const { return dir_ + "/" + name; }
-  std::vector<uint8_t> Read(const std::string& name) const {
-    std::ifstream in(Path(name), std::ios::binary);
-    return {std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
-  }
+  std::vector<uint8_t> Read(const std::string& name) const { return ReadFile(Path(name)); }
   std::vector<uint8_t> WriteTiff(TestImage& image, Status expected = STATUS_OK) {
     EXPECT_EQ(QVI_FileWriteTiff(image.handle(), Path("image.tif").c_str()), expected);
     return Read("image.tif");
   }
-
-  std::string dir_ = ::testing::TempDir() + "qvi-file-XXXXXX";
 };
 
 // On an unbuffered stream that refuses the byte 0xEE.

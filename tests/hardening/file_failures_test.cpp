@@ -8,7 +8,8 @@
 
 #include <map>
 
-#include "file/file_test_support.h"
+#include "support/image.h"
+#include "support/scratch_dir.h"
 
 namespace qvi::test {
 namespace {

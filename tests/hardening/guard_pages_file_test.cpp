@@ -6,7 +6,8 @@
 
 #include <random>
 
-#include "file/file_test_support.h"
+#include "support/image.h"
+#include "support/scratch_dir.h"
 #include "support/fenced_image.h"
 
 namespace qvi::test {

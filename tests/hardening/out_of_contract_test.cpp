@@ -4,7 +4,8 @@
 // packed sources of width one convert the pixel they have.
 #include <gtest/gtest.h>
 
-#include "file/file_test_support.h"
+#include "support/image.h"
+#include "support/scratch_dir.h"
 #include "support/demosaic_members.h"
 #include "support/fenced_image.h"
 #include "support/routes.h"
