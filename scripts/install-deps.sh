@@ -3,9 +3,9 @@
 # this machine lacks.  Does nothing when everything is present.
 set -euo pipefail
 
-packages=(cmake make g++ clang pkg-config binutils
+packages=(cmake make g++ clang libclang-rt-14-dev pkg-config binutils
           libgtest-dev libgmock-dev libbenchmark-dev
-          libtiff-dev libcli11-dev libpng-dev)
+          libtiff-dev libcli11-dev libpng-dev valgrind)
 
 missing=()
 for p in "${packages[@]}"; do

@@ -1,0 +1,174 @@
+// The demosaic members: every member against the reference model, the values
+// the documentation works out, the frame they share (query order, refusals,
+// input outside the contract), and how QVI_Convert chooses them.
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <random>
+#include <tuple>
+
+#include "bayer_support.h"
+#include "buffer/formats.h"
+
+namespace qvi::test {
+namespace {
+
+// All sizes up to 9x7 (below 2x2 nothing is written), tight and padded
+// strides (odd ones included), several value patterns and depths.  Whole
+// destinations are compared, so X bytes and padding must keep their canary;
+// the source holds exactly the documented over-read as slack, so under
+// AddressSanitizer any further read fails.
+class EveryMember : public ::testing::TestWithParam<size_t> {};
+
+TEST_P(EveryMember, MatchesTheReferenceModel) {
+  ResetFakeBuffers();
+  const MemberInfo& m = Members()[GetParam()];
+  const bool deep = m.depth == Depth::BAYn;
+  const uint32_t depths[] = {10, 12, 14, 16, 13, 7}, step = SampleBytes(m.depth);
+  std::mt19937 rng(static_cast<uint32_t>(GetParam()) + 1);
+  size_t run = 0;
+  for (uint32_t w = 0; w <= 9; ++w)
+    for (uint32_t h = 1; h <= 7; ++h)
+      for (int pattern = 0; pattern < 4; ++pattern)  // in depth, any 16 bits, all maximum, impulses
+        for (uint32_t extra : {0u, 3u}) {
+          const uint32_t bits = deep ? depths[run++ % std::size(depths)] : 8;
+          const uint32_t max = deep ? (1u << std::min(bits, 16u)) - 1 : 0xFF;
+          Job job(m, w, h, extra, extra ? 5 : 0);
+          std::vector<uint8_t>& bytes = job.src.bytes();  // padding and slack included
+          for (size_t i = 0; i + step <= bytes.size(); i += step) {
+            const uint32_t v = pattern == 0 ? rng() % (max + 1) : pattern == 1 ? rng() : pattern == 2 ? max
+                               : rng() % 7 == 0 ? max : 0;
+            bytes[i] = static_cast<uint8_t>(v);
+            if (deep) bytes[i + 1] = static_cast<uint8_t>(v >> 8);
+          }
+          ASSERT_EQ(job.Run(bits), STATUS_OK);
+          ASSERT_EQ(job.dst.bytes(), job.Expected(bits))
+              << m.name << " " << w << "x" << h << " pattern " << pattern << " bits " << bits << " +" << extra;
+        }
+}
+
+INSTANTIATE_TEST_SUITE_P(Demosaic, EveryMember, ::testing::Range<size_t>(0, Members().size()),
+                         [](const auto& info) { return Members()[info.param].name; });
+
+// Values the documentation works out, phase A, 4x4 mosaics whose samples
+// are `fill` but for the few listed; BGR24 pixels read {B, G, R}.
+TEST(Demosaic, WorkedValues) {
+  ResetFakeBuffers();
+  const struct {
+    Method method;
+    uint32_t bits;  // 8: the BAY8 member
+    Packing packing;
+    uint32_t y, x, fill;
+    std::vector<std::tuple<uint32_t, uint32_t, uint32_t>> samples;  // (y, x, value)
+    std::vector<uint8_t> pixel;
+  } cases[] = {
+      // An interior blue site with N 10, W 200, S 30, E 40: the median drops the 200.
+      {Method::med, 8, Packing::BGR24, 1, 1, 12, {{0, 1, 10}, {1, 0, 200}, {2, 1, 30}, {1, 2, 40}}, {12, 35, 12}},
+      {Method::ave, 8, Packing::BGR24, 1, 1, 12, {{0, 1, 10}, {1, 0, 200}, {2, 1, 30}, {1, 2, 40}}, {12, 70, 12}},
+      // n-bit: the median of raw samples, then reduced: ((0x400 + 0x800) >> 1) >> 4.
+      {Method::med, 12, Packing::BGR24, 2, 2, 0, {{1, 2, 0x400}, {2, 1, 0x400}, {3, 2, 0x800}, {2, 3, 0xFFF}},
+       {0, 96, 0}},
+      // Samples wider than the depth wrap; the low field of RGB16 runs into
+      // green (R = G = 0, blue sample 0xFFFF).
+      {Method::med, 12, Packing::BGR24, 1, 1, 0x1FF0, {}, {0xFF, 0xFF, 0xFF}},
+      {Method::dup, 12, Packing::BGR24, 0, 0, 0x2000, {}, {0, 0, 0}},
+      {Method::dup, 12, Packing::RGB16, 0, 0, 0, {{1, 1, 0xFFFF}}, {0xFF, 0x01}},
+  };
+  for (const auto& c : cases) {
+    const MemberInfo& m = *FindMember(c.bits == 8 ? Depth::BAY8 : Depth::BAYn, c.packing, c.method, Phase::A);
+    Job job(m, 4, 4);
+    for (uint32_t i = 0; i < 16; ++i) job.PutSample(i / 4, i % 4, c.fill);
+    for (auto [y, x, v] : c.samples) job.PutSample(y, x, v);
+    ASSERT_EQ(job.Run(c.bits), STATUS_OK);
+    EXPECT_EQ(job.At(c.y, c.x), c.pixel) << m.name << " (" << c.y << ", " << c.x << ")";
+  }
+}
+
+// Queries in the fixed order; refusals (an invalid handle, or for n-bit input
+// a depth of exactly 8) write nothing.  Outside the contract (no memory, a
+// stride shorter than a row) nothing is written either and the call succeeds.
+TEST(DemosaicFrame, QueriesInOrderAndWritesNothingWhenRefusingOrOutsideTheContract) {
+  ResetFakeBuffers();
+  for (const MemberInfo& m : Members()) {
+    Job job(m, 4, 3);
+    const BufferHandle s = job.src.handle(), d = job.dst.handle();
+    const std::vector<Query> all = {{s, BUF_PARAM_VALID},  {d, BUF_PARAM_VALID},   {s, BUF_PARAM_ADDRESS},
+                                    {s, BUF_PARAM_STRIDE}, {d, BUF_PARAM_STRIDE},  {d, BUF_PARAM_ADDRESS},
+                                    {s, BUF_PARAM_HEIGHT}, {s, BUF_PARAM_WIDTH}};
+    auto run = [&](uint64_t src_valid, uint64_t dst_valid, uint32_t bits, Status status, size_t queries) {
+      job.src.params().valid = src_valid, job.dst.params().valid = dst_valid;
+      ClearQueryLog();
+      EXPECT_EQ(job.Run(bits), status) << m.name;
+      EXPECT_EQ(QueryLog(), std::vector<Query>(all.begin(), all.begin() + queries)) << m.name;
+    };
+    run(0, 1, 12, STATUS_BAD_BUFFER, 1);
+    run(1, 0, 12, STATUS_BAD_BUFFER, 2);
+    if (m.depth == Depth::BAYn) run(1, 1, 8, STATUS_BAD_BUFFER, 2);  // no other depth is refused
+    EXPECT_TRUE(AllBytesAre(job.dst.bytes(), kCanary)) << m.name;
+    run(1, 1, m.depth == Depth::BAYn ? 7 : 8, STATUS_OK, all.size());
+    for (int c = 0; c < 4; ++c) {
+      Job outside(m, 4, 3);
+      if (c == 0) outside.src.params().address = 0;
+      if (c == 1) outside.dst.params().address = 0;
+      if (c == 2) outside.src.params().stride = 4 * SampleBytes(m.depth) - 1;  // n-bit: 7 rounds down to 6
+      if (c == 3) outside.dst.params().stride = 4 * PixelBytes(m.packing) - 1;
+      EXPECT_EQ(outside.Run(12), STATUS_OK) << m.name;
+      EXPECT_TRUE(AllBytesAre(outside.dst.bytes(), kCanary)) << m.name << " case " << c;
+    }
+  }
+}
+
+std::vector<std::pair<Fmt, Fmt>> BayerRouteList() {
+  std::vector<std::pair<Fmt, Fmt>> routes;
+#define QVI_COPY(S, D)
+#define QVI_PIXELS(S, D)
+#define QVI_BAYER(S, D) routes.push_back({Fmt::S, Fmt::D});
+#include "convert/routes.def"
+#undef QVI_COPY
+#undef QVI_PIXELS
+#undef QVI_BAYER
+  return routes;
+}
+
+// QVI_Convert's Bayer routes, with every method and phase value, valid or
+// not: refused with STATUS_BAD_BAYER_MODE and untouched, or converted exactly
+// as the reference model of the member of that name at the source format's
+// depth.  (The size rule, checked first, is tested with the other routes.)
+TEST(BayerRoutes, MethodAndPhaseChooseTheMemberAndTheDepth) {
+  ResetFakeBuffers();
+  // The first three methods and four phases are valid, in enum order.
+  const uint32_t methods[] = {DEMOSAIC_METHOD_DUP, DEMOSAIC_METHOD_AVE, DEMOSAIC_METHOD_MED, 0x409, 0x100, 0x9, 0};
+  const uint32_t phases[] = {BAYER_PHASE_A, BAYER_PHASE_B, BAYER_PHASE_C, BAYER_PHASE_D, 0x50A, 0x10B, 0xA, 0};
+  std::mt19937 rng(9);
+  size_t converted = 0;
+  for (auto [s, d] : BayerRouteList()) {
+    const uint32_t bits = s == Fmt::BAY8 ? 8 : 10 + 2 * (uint32_t(s) - uint32_t(Fmt::BAY10));
+    Packing packing = Packing::RGBX32;
+    while ((FormatOf(packing) & 0xFF) != uint32_t(d)) packing = Packing(int(packing) + 1);
+    for (size_t mi = 0; mi < std::size(methods); ++mi) {
+      for (size_t fi = 0; fi < std::size(phases); ++fi) {
+        const bool dup_only = d == Fmt::RGBX32 || d == Fmt::BGR16;
+        const bool refused = mi > 2 || fi > 3 || (dup_only && mi != 0) || (d == Fmt::BGR16 && fi != 0);
+        TestImage src(FullCode(s), 5, 4, 5 * (bits == 8 ? 1 : 2) + 2, 0, 0);
+        for (uint8_t& b : src.bytes()) b = static_cast<uint8_t>(rng());
+        src.params().method = methods[mi], src.params().phase = phases[fi];
+        TestImage dst(FullCode(d), 5, 4, 5 * PixelBytes(packing) + 1);
+        std::vector<uint8_t> expected(dst.bytes().size(), kCanary);
+        const MemberInfo* m = FindMember(bits == 8 ? Depth::BAY8 : Depth::BAYn, packing, Method(mi), Phase(fi));
+        if (m != nullptr && !refused)
+          ReferenceDemosaic(*m, src.data(), src.stride(), 5, 4, bits, expected.data(), dst.stride());
+        const auto what = ::testing::Message() << int(s) << "->" << int(d) << " method " << methods[mi] << " phase "
+                                               << phases[fi];
+        EXPECT_EQ(QVI_Convert(src.handle(), dst.handle()), refused ? STATUS_BAD_BAYER_MODE : STATUS_OK) << what;
+        EXPECT_EQ(dst.bytes(), expected) << what;
+        converted += refused ? 0 : 1;
+      }
+    }
+  }
+  // Five source formats, each into three packings x three methods x four
+  // phases and into RGBX32 (dup, four phases); plus 8-bit into BGR16.
+  EXPECT_EQ(converted, 5u * (3u * 3u * 4u + 4u) + 1u);
+}
+
+}  // namespace
+}  // namespace qvi::test

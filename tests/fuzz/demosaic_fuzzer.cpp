@@ -1,0 +1,63 @@
+// The demosaic entry points called directly over guard-page buffers: the
+// member, the depth, sizes and strides (odd ones for 16-bit sources too)
+// drawn from the input.  The source may be read only within stride x height
+// bytes plus the member's documented over-read and is never written; the
+// destination receives `height` rows at its stride (what a direct caller must
+// supply) and nothing outside each row's pixels: padding and the X byte of
+// the 32-bit packings keep their bytes, and an image the members cannot
+// produce (smaller than 2x2, a stride shorter than a row, no memory) leaves
+// the destination untouched.
+#include "fuzz/fuzz_input.h"
+#include "support/demosaic_members.h"
+#include "support/qvb_buffer.h"
+
+namespace qvi::fuzz {
+namespace {
+
+void Run(FuzzInput& in) {
+  const test::DemosaicMember& m = test::DemosaicMembers()[in.Below(test::DemosaicMembers().size())];
+  const uint32_t b = in.Byte();
+  const uint32_t bits = b < 200 ? 10 + 2 * (b % 4) : b % 40;  // 8 is refused, other odd depths are not
+  const uint32_t w = in.Below(48), h = in.Below(12);
+  const uint32_t sb = m.sample_bytes(), pb = m.pixel_bytes();
+  const uint32_t src_stride = in.Stride(w * sb), dst_stride = in.Stride(w * pb);
+  const uint32_t faults = in.Byte();
+
+  FencedMemory src(test::DemosaicSourceBytes(w, h, src_stride, sb, m.over_read_samples(w, h)), in.PickFence(), 0);
+  FencedMemory dst(uint64_t{dst_stride} * h, in.PickFence(), 0xA5);
+  in.Fill(src.data(), src.size());
+  const bool no_src = faults & 1, no_dst = faults & 2;
+  test::QvbBuffer s(no_src ? nullptr : src.data(), m.source_format(), w, h, src_stride);
+  test::QvbBuffer d(no_dst ? nullptr : dst.data(), m.destination_format(), w, h, dst_stride);
+  const Snapshot src_before(src), dst_before(dst);
+
+  const BufferHandle gone = 0xFFFFFFFFFFFFull;  // never handed out
+  const bool bad_handle = faults & 0x0C;
+  const Status status = m.call(faults & 4 ? gone : s.handle(), faults & 8 ? gone : d.handle(), bits);
+  const bool refused = bad_handle || (m.deep() && bits == 8);
+  Check(status == (refused ? STATUS_BAD_BUFFER : STATUS_OK), "status", status);
+  Check(src_before.Unchanged(), "the source was written");
+
+  const uint32_t src_pitch = sb == 2 ? (src_stride & ~1u) : src_stride;
+  const bool produced = !refused && !no_src && !no_dst && w >= 2 && h >= 2 && src_pitch >= w * sb && dst_stride >= w * pb;
+  if (!produced) {
+    Check(dst_before.Unchanged(), "an image that cannot be produced wrote its destination", status);
+    return;
+  }
+  // Rows of the 16-bit packings lie at the stride minus an odd byte.
+  const uint32_t pitch = pb == 2 ? w * 2 + ((dst_stride - w * 2) & ~1u) : dst_stride;
+  for (uint64_t i = 0; i < dst.size(); ++i) {
+    const uint64_t row = i / pitch, x = i % pitch;
+    const bool pixel_byte = row < h && x < uint64_t{w} * pb && !(m.has_x_byte() && x % 4 == 3);
+    if (!pixel_byte) Check(dst.data()[i] == 0xA5, "a byte outside the pixels was written", i);
+  }
+}
+
+}  // namespace
+}  // namespace qvi::fuzz
+
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
+  qvi::fuzz::FuzzInput in(data, size);
+  qvi::fuzz::Run(in);
+  return 0;
+}

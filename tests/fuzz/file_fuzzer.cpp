@@ -1,0 +1,97 @@
+// The file writers over guard-page buffers, writing into a directory of their
+// own: kind, format, geometry and path drawn from the input.  The buffer may
+// be read only within stride x height bytes (the TIFF writer) and is never
+// written; no descriptor may stay open; a finished file has exactly the size
+// its kind and geometry give, and a call refused before opening leaves no file.
+#include <stdlib.h>
+#include <sys/stat.h>
+
+#include <string>
+
+#include "fuzz/fuzz_input.h"
+#include "support/qvb_buffer.h"
+
+namespace qvi::fuzz {
+namespace {
+
+constexpr uint32_t kFormats[] = {FMT_Y8, FMT_BGR24, FMT_RGB24, FMT_Y16, FMT_BGRX32, 0, 0x11, 0x01};
+constexpr uint32_t kBytes[] = {1, 3, 3, 2, 4, 1, 3, 1};
+
+const std::string& Directory() {
+  static const std::string dir = [] {
+    const char* base = std::getenv("TMPDIR");
+    std::string d = std::string(base != nullptr && *base != '\0' ? base : "/tmp") + "/qvi-fuzz-XXXXXX";
+    Check(mkdtemp(d.data()) != nullptr, "no scratch directory");
+    return d;
+  }();
+  return dir;
+}
+
+// -1 when there is no such file.
+long long FileSize(const std::string& path) {
+  struct stat st;
+  return stat(path.c_str(), &st) == 0 ? static_cast<long long>(st.st_size) : -1;
+}
+
+void Run(FuzzInput& in) {
+  const uint32_t call = in.Below(6), f = in.Below(8), format = kFormats[f];
+  const uint32_t w = in.Below(300), h = in.Below(12);
+  const uint32_t stride = in.Stride(w * kBytes[f]);
+  const uint32_t faults = in.Byte(), where = in.Below(8);
+  FencedMemory memory(uint64_t{stride} * h, in.PickFence(), 0);
+  in.Fill(memory.data(), memory.size());
+  test::QvbBuffer buffer(faults & 1 ? nullptr : memory.data(), format, w, h, stride);
+
+  const std::string file = Directory() + "/image";
+  std::string path = file;
+  if (where == 5) path = Directory() + "/missing/image";
+  if (where == 6) path = Directory();  // a directory cannot be opened for writing
+  if (where == 7) path = Directory() + "/" + std::string(300, 'x');  // a name too long
+  const BufferHandle gone = 0xFFFFFFFFFFFFull;  // never handed out
+  const BufferHandle handle = faults & 2 ? gone : buffer.handle();
+  const Snapshot before(memory);
+  const int lowest_free = LowestFreeDescriptor();
+
+  // Kinds 0, 1 and 4 are not file kinds; call 5 is the TIFF writer itself.
+  const uint32_t kind = call < 5 ? call : FILE_KIND_TIFF;
+  const Status status = call < 5 ? QVI_FileWrite(handle, path.c_str(), kind) : QVI_FileWriteTiff(handle, path.c_str());
+  const long long size = FileSize(file);
+  unlink(file.c_str());
+
+  Check(before.Unchanged(), "the buffer was written");
+  Check(LowestFreeDescriptor() == lowest_free, "a descriptor was left open", status);
+  switch (status) {
+    case STATUS_OK:
+      Check(path == file, "success without a file");
+      if (kind == FILE_KIND_RAW) {
+        Check(size == static_cast<long long>(uint64_t{h} * stride), "raw size", size);
+      } else {
+        const bool grey = format == FMT_Y8;
+        Check(size == (grey ? 186 : 204) + static_cast<long long>(w) * h * (grey ? 1 : 3), "TIFF size", size);
+      }
+      break;
+    case STATUS_BAD_PARAMETER:
+      Check(size == -1, "a refused kind left a file");
+      break;
+    case STATUS_BAD_FORMAT:
+      Check(path != file || size == 8, "an unknown format left more than the header", size);
+      break;
+    case STATUS_BAD_BUFFER:
+      Check(size == -1 || (format == FMT_Y16 && size == 130), "a refused buffer left a file", size);
+      break;
+    case STATUS_OPEN_FAILED:
+      Check(size == -1, "an open failure left a file");
+      break;
+    default:
+      Fail("undocumented status", status);
+  }
+}
+
+}  // namespace
+}  // namespace qvi::fuzz
+
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
+  qvi::fuzz::FuzzInput in(data, size);
+  qvi::fuzz::Run(in);
+  return 0;
+}
