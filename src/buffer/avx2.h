@@ -21,23 +21,29 @@ struct Quads {
   __m256i q[4];
 };
 
-// Planes of 32 bytes to pixels with bytes c0, c1, c2 and a zero.  The
-// unpacks work inside 128-bit halves; the last step puts the halves in order.
-QVI_AVX2 inline Quads Interleave(__m256i c0, __m256i c1, __m256i c2) {
-  const __m256i z = _mm256_setzero_si256();
+// Planes of 32 bytes to pixels with bytes c0, c1, c2, c3.  The unpacks
+// work inside 128-bit halves; the last step puts the halves in order.
+QVI_AVX2 inline Quads Interleave4(__m256i c0, __m256i c1, __m256i c2, __m256i c3) {
   const __m256i lo01 = _mm256_unpacklo_epi8(c0, c1), hi01 = _mm256_unpackhi_epi8(c0, c1);
-  const __m256i lo2 = _mm256_unpacklo_epi8(c2, z), hi2 = _mm256_unpackhi_epi8(c2, z);
-  const __m256i a = _mm256_unpacklo_epi16(lo01, lo2), b = _mm256_unpackhi_epi16(lo01, lo2);  // 0-3 16-19, 4-7 20-23
-  const __m256i c = _mm256_unpacklo_epi16(hi01, hi2), d = _mm256_unpackhi_epi16(hi01, hi2);  // 8-11 24-27, 12-15 28-31
+  const __m256i lo23 = _mm256_unpacklo_epi8(c2, c3), hi23 = _mm256_unpackhi_epi8(c2, c3);
+  const __m256i a = _mm256_unpacklo_epi16(lo01, lo23), b = _mm256_unpackhi_epi16(lo01, lo23);  // 0-3 16-19, 4-7 20-23
+  const __m256i c = _mm256_unpacklo_epi16(hi01, hi23), d = _mm256_unpackhi_epi16(hi01, hi23);  // 8-11 24-27, 12-15 28-31
   return {{_mm256_permute2x128_si256(a, b, 0x20), _mm256_permute2x128_si256(c, d, 0x20),
            _mm256_permute2x128_si256(a, b, 0x31), _mm256_permute2x128_si256(c, d, 0x31)}};
 }
+QVI_AVX2 inline Quads Interleave(__m256i c0, __m256i c1, __m256i c2) {
+  return Interleave4(c0, c1, c2, _mm256_setzero_si256());
+}
 
-// Thirty-two 32-bit pixels written as 96 bytes of their first three bytes.
-QVI_AVX2 inline void Store24(uint8_t* out, const Quads& p) {
+// Thirty-two 32-bit pixels written as 96 bytes of three: bytes 0, 1, 2 of
+// each, or with kReversed bytes 2, 1, 0.
+template <bool kReversed = false>
+QVI_AVX2 void Store24(uint8_t* out, const Quads& p) {
   const __m256i squeeze =
-      _mm256_setr_epi8(0, 1, 2, 4, 5, 6, 8, 9, 10, 12, 13, 14, -1, -1, -1, -1, 0, 1, 2, 4, 5, 6, 8, 9, 10, 12, 13, 14,
-                       -1, -1, -1, -1);
+      kReversed ? _mm256_setr_epi8(2, 1, 0, 6, 5, 4, 10, 9, 8, 14, 13, 12, -1, -1, -1, -1, 2, 1, 0, 6, 5, 4, 10, 9, 8,
+                                   14, 13, 12, -1, -1, -1, -1)
+                : _mm256_setr_epi8(0, 1, 2, 4, 5, 6, 8, 9, 10, 12, 13, 14, -1, -1, -1, -1, 0, 1, 2, 4, 5, 6, 8, 9, 10,
+                                   12, 13, 14, -1, -1, -1, -1);
   // Each vector's 24 bytes now lie in 32-bit words 0-2 and 4-6.
   const __m256i s0 = _mm256_shuffle_epi8(p.q[0], squeeze), s1 = _mm256_shuffle_epi8(p.q[1], squeeze);
   const __m256i s2 = _mm256_shuffle_epi8(p.q[2], squeeze), s3 = _mm256_shuffle_epi8(p.q[3], squeeze);
@@ -49,15 +55,39 @@ QVI_AVX2 inline void Store24(uint8_t* out, const Quads& p) {
                                       _mm256_permutevar8x32_epi32(s3, _mm256_setr_epi32(0, 0, 0, 1, 2, 4, 5, 6)), 0xFC));
 }
 
+// 96 bytes of thirty-two 3-byte pixels as 32-bit pixels: bytes 0, 1, 2 to
+// bytes kOffset .. kOffset + 2 (kReversed: bytes 2, 1, 0), the other byte zero.
+template <bool kReversed = false, uint32_t kOffset = 0>
+QVI_AVX2 Quads Load24(const uint8_t* in) {
+  // Each 8-pixel group's 24 bytes spread as 12 per 128-bit half.
+  const __m256i halves = _mm256_setr_epi32(0, 1, 2, 0, 3, 4, 5, 0);
+  const __m256i last_halves = _mm256_setr_epi32(2, 3, 4, 0, 5, 6, 7, 0);  // the last group, loaded 8 bytes early
+  const __m256i spread =
+      kOffset == 0
+          ? (kReversed ? _mm256_setr_epi8(2, 1, 0, -1, 5, 4, 3, -1, 8, 7, 6, -1, 11, 10, 9, -1, 2, 1, 0, -1, 5, 4, 3, -1, 8,
+                                          7, 6, -1, 11, 10, 9, -1)
+                       : _mm256_setr_epi8(0, 1, 2, -1, 3, 4, 5, -1, 6, 7, 8, -1, 9, 10, 11, -1, 0, 1, 2, -1, 3, 4, 5, -1,
+                                          6, 7, 8, -1, 9, 10, 11, -1))
+          : (kReversed ? _mm256_setr_epi8(-1, 2, 1, 0, -1, 5, 4, 3, -1, 8, 7, 6, -1, 11, 10, 9, -1, 2, 1, 0, -1, 5, 4, 3,
+                                          -1, 8, 7, 6, -1, 11, 10, 9)
+                       : _mm256_setr_epi8(-1, 0, 1, 2, -1, 3, 4, 5, -1, 6, 7, 8, -1, 9, 10, 11, -1, 0, 1, 2, -1, 3, 4, 5,
+                                          -1, 6, 7, 8, -1, 9, 10, 11));
+  return {{_mm256_shuffle_epi8(_mm256_permutevar8x32_epi32(LoadU(in), halves), spread),
+           _mm256_shuffle_epi8(_mm256_permutevar8x32_epi32(LoadU(in + 24), halves), spread),
+           _mm256_shuffle_epi8(_mm256_permutevar8x32_epi32(LoadU(in + 48), halves), spread),
+           _mm256_shuffle_epi8(_mm256_permutevar8x32_epi32(LoadU(in + 64), last_halves), spread)}};
+}
+
 // Thirty-two 32-bit pixels (zero top bytes) over 128 bytes, their three
 // bytes at kOffset (0 or 1); the fourth byte of each keeps its value.
-template <uint32_t kOffset>
+// (kPlaced: the colours already stand at kOffset.)
+template <uint32_t kOffset, bool kPlaced = false>
 QVI_AVX2 void Store32KeepingX(uint8_t* out, const Quads& p) {
   static_assert(kOffset == 0 || kOffset == 1);
   const __m256i x = _mm256_set1_epi32(kOffset == 0 ? static_cast<int>(0xFF000000u) : 0xFF);
   for (int i = 0; i < 4; ++i) {
     uint8_t* d = out + 32 * i;
-    const __m256i colours = kOffset == 0 ? p.q[i] : _mm256_slli_epi32(p.q[i], 8);
+    const __m256i colours = kOffset == 0 || kPlaced ? p.q[i] : _mm256_slli_epi32(p.q[i], 8);
     StoreU(d, _mm256_or_si256(_mm256_and_si256(LoadU(d), x), colours));
   }
 }

@@ -28,7 +28,7 @@ bool DestinationHolds(const buffer::ConversionPair& p, Fmt destination) {
 template <Fmt S, Fmt D>
 Status PixelRoute(const buffer::ConversionPair& p) {
   if (!DestinationHolds(p, D)) return STATUS_BAD_BUFFER;
-  WalkLines<typename RouteLine<S, D>::type>(p);
+  WalkRoute<S, D>(p);
   return STATUS_OK;
 }
 

@@ -18,7 +18,7 @@ namespace qvi::convert {
 
 // One pixel read, one pixel written.  V, the vector policy, does a leading
 // run of the line's pixels; the loop does the rest.
-template <class R, class W, class V = DefaultVec>
+template <class R, class W, class V>
 struct PixelLine {
   static uint64_t SrcAdvance(uint32_t w) { return uint64_t{w} * R::kBytes; }
   static uint64_t DstAdvance(uint32_t w) { return uint64_t{w} * W::kBytes; }
@@ -40,7 +40,7 @@ struct PixelLine {
 // counter is below the width, so an odd width writes one pixel more than w;
 // the gaps are those of w pixels all the same, so such lines drift.  V does
 // a leading run of whole pairs.
-template <class R, class W, class V = DefaultVec>
+template <class R, class W, class V>
 struct PairLine {
   static uint64_t Pairs(uint32_t w) { return (uint64_t{w} + 1) / 2; }
   static uint64_t SrcAdvance(uint32_t w) { return Pairs(w) * R::kStepBytes; }
@@ -68,7 +68,7 @@ template <class R, class W, class V>
 using LineFor = std::conditional_t<R::kPixelsPerStep == 2, PairLine<R, W, V>, PixelLine<R, W, V>>;
 
 // The line kernel of a route: a reader and a writer, unless named below.
-template <Fmt S, Fmt D, class V = DefaultVec>
+template <Fmt S, Fmt D, class V>
 struct RouteLine {
   using type = LineFor<Reader<S>, Writer<D>, V>;
 };
@@ -129,6 +129,23 @@ void WalkLines(const buffer::ConversionPair& p) {
     }
     src.Advance(src_line, src_gap);
     dst.Advance(dst_line, dst_gap);
+  }
+}
+
+// Walks a route's lines with vector policy V; BestVec chooses per call.
+template <Fmt S, Fmt D, class V = DefaultVec>
+void WalkRoute(const buffer::ConversionPair& p) {
+  if constexpr (std::is_same_v<V, BestVec>) {
+#if QVI_HAVE_AVX2
+    using R = Reader<S>;
+    using W = Writer<D>;
+    if constexpr (avx2::Vec::kPixels<R, W> || avx2::Vec::kPairs<R, W>) {
+      if (CpuHasAvx2()) return WalkLines<typename RouteLine<S, D, avx2::Vec>::type>(p);
+    }
+    WalkLines<typename RouteLine<S, D, sse2::Vec>::type>(p);
+#endif
+  } else {
+    WalkLines<typename RouteLine<S, D, V>::type>(p);
   }
 }
 

@@ -12,6 +12,9 @@
 #if QVI_HAVE_SSE2
 #include "convert/rows_sse2.h"
 #endif
+#if QVI_HAVE_AVX2
+#include "convert/rows_avx2.h"
+#endif
 
 namespace qvi::convert {
 
@@ -26,7 +29,14 @@ struct NoVec {
   }
 };
 
-#if QVI_USE_SSE2
+// Not a policy: names the choice, per call, of the AVX2 kernel where the
+// route has one and the processor has AVX2, of the SSE2 one elsewhere
+// (WalkRoute in lines.h).
+struct BestVec;
+
+#if QVI_USE_AVX2
+using DefaultVec = BestVec;
+#elif QVI_USE_SSE2
 using DefaultVec = sse2::Vec;
 #else
 using DefaultVec = NoVec;

@@ -24,7 +24,8 @@ extern "C" QVI_API Status QVI_FieldToFrame_LineDup(BufferHandle field, BufferHan
 }
 
 extern "C" QVI_API Status QVI_FieldToFrame_LineAve(BufferHandle field, BufferHandle frame, FieldParity parity) {
-  return qvi::field::LineMethod<qvi::field::MeanRow<>>(field, frame, parity);
+  using namespace qvi::field;
+  return WithBestVec([&]<class V>() { return LineMethod<MeanRow<V>>(field, frame, parity); });
 }
 
 extern "C" QVI_API Status QVI_FieldToFrame(BufferHandle field, BufferHandle frame, FieldToFrameMethod method,

@@ -19,7 +19,7 @@ inline void CopyAboveRow(const uint8_t* a, const uint8_t*, uint8_t* out, uint32_
 // and regardless of how pixels are packed.  After V's leading run, eight
 // bytes at a time as (x & y) + ((x ^ y) >> 1), the mask keeping each byte's
 // shift to itself.
-template <class V = DefaultVec>
+template <class V>
 void MeanRow(const uint8_t* a, const uint8_t* b, uint8_t* out, uint32_t n) {
   constexpr uint64_t kAllButLowBits = 0xFEFEFEFEFEFEFEFEull;
   uint32_t i = V::Mean(a, b, out, n);
@@ -99,7 +99,7 @@ struct Median {
 // edge bytes are vertical means, every other byte is Op over its same-kind
 // neighbours.  A line too short to have an interior is all vertical means.
 // V does a leading run of the interior.
-template <Shape S, class Op, class V = DefaultVec>
+template <Shape S, class Op, class V>
 void InterpolatedRow(const uint8_t* a, const uint8_t* b, uint8_t* out, uint32_t n) {
   constexpr FieldLayout L = LayoutOf(S);
   if (n <= uint32_t{L.lead} + L.tail) {
@@ -135,4 +135,7 @@ void InterpolatedRow(const uint8_t* a, const uint8_t* b, uint8_t* out, uint32_t 
 
 #if QVI_HAVE_SSE2
 #include "field/rows_sse2.h"
+#endif
+#if QVI_HAVE_AVX2
+#include "field/rows_avx2.h"
 #endif

@@ -15,14 +15,16 @@ namespace qvi::field {
 template <class Op>
 Status RunInterpolated(const FieldPair& p, FieldParity parity, const FramePlan& quad_plan) {
   const FramePlan whole = LinesAtFieldStride(p.field_stride);
-  switch (FieldLayoutOf(p.format).shape) {
-    case Shape::Grey8: WalkFrame<InterpolatedRow<Shape::Grey8, Op>>(p, whole, parity); break;
-    case Shape::Triple: WalkFrame<InterpolatedRow<Shape::Triple, Op>>(p, whole, parity); break;
-    case Shape::Quad: WalkFrame<InterpolatedRow<Shape::Quad, Op>>(p, quad_plan, parity); break;
-    case Shape::Yuv422: WalkFrame<InterpolatedRow<Shape::Yuv422, Op>>(p, whole, parity); break;
-    case Shape::Unsupported: return STATUS_BAD_PARAMETER;
-  }
-  return STATUS_OK;
+  return WithBestVec([&]<class V>() {
+    switch (FieldLayoutOf(p.format).shape) {
+      case Shape::Grey8: WalkFrame<InterpolatedRow<Shape::Grey8, Op, V>>(p, whole, parity); break;
+      case Shape::Triple: WalkFrame<InterpolatedRow<Shape::Triple, Op, V>>(p, whole, parity); break;
+      case Shape::Quad: WalkFrame<InterpolatedRow<Shape::Quad, Op, V>>(p, quad_plan, parity); break;
+      case Shape::Yuv422: WalkFrame<InterpolatedRow<Shape::Yuv422, Op, V>>(p, whole, parity); break;
+      case Shape::Unsupported: return STATUS_BAD_PARAMETER;
+    }
+    return STATUS_OK;
+  });
 }
 
 }  // namespace qvi::field

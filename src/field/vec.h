@@ -25,11 +25,25 @@ struct NoVec {
 namespace sse2 {
 struct Vec;
 }
+namespace avx2 {
+struct Vec;
+}
 
+// The policy of builds without AVX2.
 #if QVI_USE_SSE2
-using DefaultVec = sse2::Vec;
+using BaselineVec = sse2::Vec;
 #else
-using DefaultVec = NoVec;
+using BaselineVec = NoVec;
 #endif
+
+// Runs body.template operator()<V>() with the policy for this call: AVX2
+// where the processor has it, the baseline elsewhere.
+template <class Body>
+decltype(auto) WithBestVec(Body body) {
+#if QVI_USE_AVX2
+  if (CpuHasAvx2()) return body.template operator()<avx2::Vec>();
+#endif
+  return body.template operator()<BaselineVec>();
+}
 
 }  // namespace qvi::field

@@ -134,12 +134,13 @@ TEST(Differential, EveryDemosaicMemberMatchesThePortableLoop) {
 using Walk = void (*)(const buffer::ConversionPair&);
 struct RouteTwins {
   Fmt source, destination;
-  Walk portable, fast;
+  Walk portable;
+  Walk fast[2];  // SSE2, AVX2
 };
 
-#define QVI_PIXELS(S, D)                                                                           \
-  {Fmt::S, Fmt::D, &convert::WalkLines<convert::RouteLine<Fmt::S, Fmt::D, convert::NoVec>::type>, \
-   &convert::WalkLines<convert::RouteLine<Fmt::S, Fmt::D, convert::sse2::Vec>::type>},
+#define QVI_PIXELS(S, D)                                                                    \
+  {Fmt::S, Fmt::D, &convert::WalkRoute<Fmt::S, Fmt::D, convert::NoVec>,                    \
+   {&convert::WalkRoute<Fmt::S, Fmt::D, convert::sse2::Vec>, &convert::WalkRoute<Fmt::S, Fmt::D, convert::avx2::Vec>}},
 #define QVI_COPY(S, D) QVI_PIXELS(S, D)
 #define QVI_BAYER(S, D)
 const RouteTwins kRouteTwins[] = {
@@ -157,7 +158,7 @@ uint32_t SourceLineBytes(Fmt f, uint32_t w) {
 }
 
 TEST(Differential, EveryConversionRouteMatchesThePortableLoop) {
-  const uint32_t widths[] = {1, 2, 15, 16, 17, 31, 32, 33, 47, 50};
+  const uint32_t widths[] = {1, 2, 15, 16, 17, 31, 32, 33, 47, 50, 63, 64, 65, 97};
   const uint32_t heights[] = {1, 3};
   std::mt19937 rng(11);
   uint32_t i = 0;
@@ -169,7 +170,7 @@ TEST(Differential, EveryConversionRouteMatchesThePortableLoop) {
         const uint32_t dst_stride = w * BytesPerPixel(route.destination) + g.dst_extra;
         std::vector<uint8_t> src(g.src_offset + uint64_t{src_stride} * h);
         Fill(src.data(), src.size(), g.values == Values::kAllMax ? Values::kAllMax : Values::kRandom, 0, rng);
-        std::vector<uint8_t> portable(g.dst_offset + uint64_t{dst_stride} * h + 7, kCanary), fast = portable;
+        std::vector<uint8_t> portable(g.dst_offset + uint64_t{dst_stride} * h + 7, kCanary);
         buffer::ConversionPair p;
         p.src = src.data() + g.src_offset;
         p.src_stride = src_stride;
@@ -178,11 +179,14 @@ TEST(Differential, EveryConversionRouteMatchesThePortableLoop) {
         p.src_height = p.dst_height = h;
         p.dst = portable.data() + g.dst_offset;
         route.portable(p);
-        p.dst = fast.data() + g.dst_offset;
-        route.fast(p);
-        ASSERT_EQ(portable, fast) << "route " << int(route.source) << " -> " << int(route.destination) << " " << w
-                                  << "x" << h << " strides +" << g.src_extra << " +" << g.dst_extra << " offsets "
-                                  << g.src_offset << " " << g.dst_offset;
+        for (int kind = 0; kind < FastKinds(); ++kind) {
+          std::vector<uint8_t> fast(portable.size(), kCanary);
+          p.dst = fast.data() + g.dst_offset;
+          route.fast[kind](p);
+          ASSERT_EQ(portable, fast) << (kind == 0 ? "SSE2 " : "AVX2 ") << "route " << int(route.source) << " -> "
+                                    << int(route.destination) << " " << w << "x" << h << " strides +" << g.src_extra
+                                    << " +" << g.dst_extra << " offsets " << g.src_offset << " " << g.dst_offset;
+        }
       }
     }
   }
@@ -194,12 +198,15 @@ TEST(Differential, EveryConversionRouteMatchesThePortableLoop) {
 using RowKernel = void (*)(const uint8_t*, const uint8_t*, uint8_t*, uint32_t);
 struct RowTwins {
   const char* name;
-  RowKernel portable, fast;
+  RowKernel portable;
+  RowKernel fast[2];  // SSE2, AVX2
 };
 
 template <field::Shape S, class Op>
 constexpr RowTwins Interpolated(const char* name) {
-  return {name, &field::InterpolatedRow<S, Op, field::NoVec>, &field::InterpolatedRow<S, Op, field::sse2::Vec>};
+  return {name,
+          &field::InterpolatedRow<S, Op, field::NoVec>,
+          {&field::InterpolatedRow<S, Op, field::sse2::Vec>, &field::InterpolatedRow<S, Op, field::avx2::Vec>}};
 }
 
 TEST(Differential, EveryDeinterlacingRowMatchesThePortableLoop) {
@@ -207,7 +214,7 @@ TEST(Differential, EveryDeinterlacingRowMatchesThePortableLoop) {
   using field::Median;
   using field::Shape;
   const RowTwins rows[] = {
-      {"mean", &field::MeanRow<field::NoVec>, &field::MeanRow<field::sse2::Vec>},
+      {"mean", &field::MeanRow<field::NoVec>, {&field::MeanRow<field::sse2::Vec>, &field::MeanRow<field::avx2::Vec>}},
       Interpolated<Shape::Grey8, Bilinear>("bilinear grey"),
       Interpolated<Shape::Triple, Bilinear>("bilinear triple"),
       Interpolated<Shape::Quad, Bilinear>("bilinear quad"),
@@ -217,12 +224,16 @@ TEST(Differential, EveryDeinterlacingRowMatchesThePortableLoop) {
       Interpolated<Shape::Quad, Median>("median quad"),
       Interpolated<Shape::Yuv422, Median>("median 4:2:2"),
       // The TIFF strip's BGR24 pixels in file order (one source line).
-      {"TIFF triplets", [](const uint8_t* a, const uint8_t*, uint8_t* out, uint32_t n) {
+      {"TIFF triplets",
+       [](const uint8_t* a, const uint8_t*, uint8_t* out, uint32_t n) {
          file::tiff::ReversedTripletRow<file::tiff::NoVec>::Convert(out, a, n / 3);
        },
-       [](const uint8_t* a, const uint8_t*, uint8_t* out, uint32_t n) {
-         file::tiff::ReversedTripletRow<file::tiff::sse2::Vec>::Convert(out, a, n / 3);
-       }},
+       {[](const uint8_t* a, const uint8_t*, uint8_t* out, uint32_t n) {
+          file::tiff::ReversedTripletRow<file::tiff::sse2::Vec>::Convert(out, a, n / 3);
+        },
+        [](const uint8_t* a, const uint8_t*, uint8_t* out, uint32_t n) {
+          file::tiff::ReversedTripletRow<file::tiff::sse2::Vec>::Convert(out, a, n / 3);
+        }}},
   };
   std::mt19937 rng(13);
   uint32_t i = 0;
@@ -233,11 +244,14 @@ TEST(Differential, EveryDeinterlacingRowMatchesThePortableLoop) {
       std::vector<uint8_t> lines(g.src_offset + 2 * n);
       Fill(lines.data(), lines.size(), g.values == Values::kAllMax ? Values::kAllMax : Values::kRandom, 0, rng);
       const uint8_t* above = lines.data() + g.src_offset;
-      std::vector<uint8_t> portable(g.dst_offset + n + 7, kCanary), fast = portable;
+      std::vector<uint8_t> portable(g.dst_offset + n + 7, kCanary);
       row.portable(above, above + n, portable.data() + g.dst_offset, n);
-      row.fast(above, above + n, fast.data() + g.dst_offset, n);
-      ASSERT_EQ(portable, fast) << row.name << " over " << n << " bytes, offsets " << g.src_offset << " "
-                                << g.dst_offset;
+      for (int kind = 0; kind < FastKinds(); ++kind) {
+        std::vector<uint8_t> fast(portable.size(), kCanary);
+        row.fast[kind](above, above + n, fast.data() + g.dst_offset, n);
+        ASSERT_EQ(portable, fast) << (kind == 0 ? "SSE2 " : "AVX2 ") << row.name << " over " << n
+                                  << " bytes, offsets " << g.src_offset << " " << g.dst_offset;
+      }
     }
   }
 }

@@ -1,0 +1,228 @@
+// AVX2 line kernels of the conversions, thirty-two pixels a block, for the
+// same pairs of reader and writer as the SSE2 ones (rows_sse2.h) and with
+// the same arithmetic.  A block reads and writes exactly its pixels' bytes.
+#pragma once
+
+#include <immintrin.h>
+
+#include <cstdint>
+#include <type_traits>
+
+#include "buffer/avx2.h"
+#include "convert/rows_sse2.h"
+
+namespace qvi::convert::avx2 {
+
+using qvi::avx2::LoadU;
+using qvi::avx2::Quads;
+using qvi::avx2::StoreU;
+using sse2::k555;
+using sse2::k565;
+using sse2::kBytes24;
+using sse2::kBytes32;
+using sse2::kGreySource;
+
+inline constexpr uint32_t kBlock = 32;
+
+template <class R>
+QVI_AVX2 __m256i GreyBytes(const uint8_t* s) {
+  if constexpr (std::is_same_v<R, Reader<Fmt::Y8>>) {
+    return LoadU(s);
+  } else {
+    constexpr int kShift = static_cast<int>(R::kSignificantBits) - 8;
+    const __m256i mask = _mm256_set1_epi16(0x00FF);
+    const __m256i lo = _mm256_and_si256(_mm256_srli_epi16(LoadU(s), kShift), mask);
+    const __m256i hi = _mm256_and_si256(_mm256_srli_epi16(LoadU(s + 32), kShift), mask);
+    return _mm256_permute4x64_epi64(_mm256_packus_epi16(lo, hi), 0xD8);
+  }
+}
+
+// Sixteen bytes in both 128-bit halves.
+QVI_AVX2 inline __m256i Both(__m128i v) { return _mm256_broadcastsi128_si256(v); }
+
+
+// 8-bit grey sources into 24- and 32-bit pixels: byte shuffles of sixteen
+// grey values, stored sixteen bytes at a time.
+QVI_AVX2 inline void Grey8To24(const uint8_t* s, uint8_t* d) {
+  const __m128i first = _mm_setr_epi8(0, 0, 0, 1, 1, 1, 2, 2, 2, 3, 3, 3, 4, 4, 4, 5);
+  const __m128i second = _mm_setr_epi8(5, 5, 6, 6, 6, 7, 7, 7, 8, 8, 8, 9, 9, 9, 10, 10);
+  const __m128i third = _mm_setr_epi8(10, 11, 11, 11, 12, 12, 12, 13, 13, 13, 14, 14, 14, 15, 15, 15);
+  for (int i = 0; i < 2; ++i) {
+    const __m128i v = _mm_loadu_si128(reinterpret_cast<const __m128i*>(s + 16 * i));
+    uint8_t* out = d + 48 * i;
+    _mm_storeu_si128(reinterpret_cast<__m128i*>(out), _mm_shuffle_epi8(v, first));
+    _mm_storeu_si128(reinterpret_cast<__m128i*>(out + 16), _mm_shuffle_epi8(v, second));
+    _mm_storeu_si128(reinterpret_cast<__m128i*>(out + 32), _mm_shuffle_epi8(v, third));
+  }
+}
+QVI_AVX2 inline void Grey8To32(const uint8_t* s, uint8_t* d) {
+  const __m256i low = _mm256_setr_epi8(0, 0, 0, 0, 1, 1, 1, 1, 2, 2, 2, 2, 3, 3, 3, 3,  //
+                                       4, 4, 4, 4, 5, 5, 5, 5, 6, 6, 6, 6, 7, 7, 7, 7);
+  const __m256i high = _mm256_setr_epi8(8, 8, 8, 8, 9, 9, 9, 9, 10, 10, 10, 10, 11, 11, 11, 11,  //
+                                        12, 12, 12, 12, 13, 13, 13, 13, 14, 14, 14, 14, 15, 15, 15, 15);
+  for (int i = 0; i < 2; ++i) {
+    const __m256i v = Both(_mm_loadu_si128(reinterpret_cast<const __m128i*>(s + 16 * i)));
+    StoreU(d + 64 * i, _mm256_shuffle_epi8(v, low));
+    StoreU(d + 64 * i + 32, _mm256_shuffle_epi8(v, high));
+  }
+}
+
+template <class R, class W>
+QVI_AVX2 uint32_t GreyRows(const uint8_t* s, uint8_t* d, uint32_t w) {
+  uint32_t x = 0;
+  for (; w - x >= kBlock; x += kBlock, s += kBlock * R::kBytes, d += kBlock * W::kBytes) {
+    if constexpr (std::is_same_v<R, Reader<Fmt::Y8>> && kBytes24<W>) {
+      Grey8To24(s, d);
+    } else if constexpr (std::is_same_v<R, Reader<Fmt::Y8>> && kBytes32<W>) {
+      Grey8To32(s, d);
+    } else {
+      const __m256i v = GreyBytes<R>(s);
+      if constexpr (std::is_same_v<W, Writer<Fmt::Y8>>) {
+        StoreU(d, v);
+      } else {
+        const Quads q = qvi::avx2::Interleave4(v, v, v, v);
+        if constexpr (kBytes24<W>) {
+          qvi::avx2::Store24(d, q);
+        } else {
+          for (int i = 0; i < 4; ++i) StoreU(d + 32 * i, q.q[i]);
+        }
+      }
+    }
+  }
+  return x;
+}
+
+// Field `kBits` wide from the top of the channel at bit kFrom, ending at bit kToTop.
+template <int kFrom, int kBits, int kToTop>
+QVI_AVX2 __m256i Field(__m256i v) {
+  constexpr int kShift = kFrom + 8 - kToTop;
+  constexpr uint32_t kMask = ((1u << kBits) - 1u) << (kToTop - kBits);
+  const __m256i shifted = kShift >= 0 ? _mm256_srli_epi32(v, kShift) : _mm256_slli_epi32(v, -kShift);
+  return _mm256_and_si256(shifted, _mm256_set1_epi32(static_cast<int>(kMask)));
+}
+
+template <class W>
+QVI_AVX2 __m256i PackedWord(__m256i v) {
+  constexpr int kHigh = W::kRedInHighField ? 16 : 0, kLow = W::kRedInHighField ? 0 : 16;
+  if constexpr (k565<W>) {
+    return _mm256_or_si256(_mm256_or_si256(Field<kHigh, 5, 16>(v), Field<8, 6, 11>(v)), Field<kLow, 5, 5>(v));
+  } else {
+    return _mm256_or_si256(_mm256_or_si256(Field<kHigh, 5, 15>(v), Field<8, 5, 10>(v)), Field<kLow, 5, 5>(v));
+  }
+}
+
+// Sixteen 16-bit words of 2 x 8 32-bit lanes below 2^16, in order.
+QVI_AVX2 inline __m256i Low16(__m256i a, __m256i b) {
+  return _mm256_permute4x64_epi64(_mm256_packus_epi32(a, b), 0xD8);
+}
+
+template <class W>
+QVI_AVX2 uint32_t Bgr24Rows(const uint8_t* s, uint8_t* d, uint32_t w) {
+  uint32_t x = 0;
+  for (; w - x >= kBlock; x += kBlock, s += 3 * kBlock, d += kBlock * W::kBytes) {
+    if constexpr (kBytes24<W>) {
+      qvi::avx2::Store24(d, qvi::avx2::Load24<W::kRedFirst>(s));
+    } else if constexpr (kBytes32<W>) {
+      qvi::avx2::Store32KeepingX<W::kColourOffset, true>(d, qvi::avx2::Load24<W::kRedFirst, W::kColourOffset>(s));
+    } else {
+      const Quads q = qvi::avx2::Load24(s);
+      StoreU(d, Low16(PackedWord<W>(q.q[0]), PackedWord<W>(q.q[1])));
+      StoreU(d + 32, Low16(PackedWord<W>(q.q[2]), PackedWord<W>(q.q[3])));
+    }
+  }
+  return x;
+}
+
+QVI_AVX2 inline uint32_t ReversedBgrx32Rows(const uint8_t* s, uint8_t* d, uint32_t w) {
+  uint32_t x = 0;
+  for (; w - x >= kBlock; x += kBlock, s += 4 * kBlock, d += 3 * kBlock) {
+    qvi::avx2::Store24<true>(d, {{LoadU(s), LoadU(s + 32), LoadU(s + 64), LoadU(s + 96)}});
+  }
+  return x;
+}
+
+// Sixteen pairs' 32-bit chroma terms (eight from each of two vectors, in
+// order within each) as one 16-bit term per pixel, lined up with the luma
+// of those vectors: packing interleaves the halves, and unpacking each term
+// with itself puts pairs 0-7 against the first vector's pixels and pairs
+// 8-15 against the second's.
+QVI_AVX2 inline void PerPixel(__m256i first, __m256i second, __m256i* for_first, __m256i* for_second) {
+  const __m256i terms = _mm256_packs_epi32(first, second);
+  *for_first = _mm256_unpacklo_epi16(terms, terms);
+  *for_second = _mm256_unpackhi_epi16(terms, terms);
+}
+
+template <class W>
+QVI_AVX2 uint32_t Yuv422Rows(const uint8_t* s, uint8_t* d, uint32_t w) {
+  const __m256i low = _mm256_set1_epi16(0x00FF), offset = _mm256_set1_epi16(128);
+  const __m256i to_b = _mm256_set1_epi32(1815), to_r = _mm256_set1_epi32(1436 << 16);
+  const __m256i from_g = _mm256_set1_epi32(352 | (731 << 16));
+  uint32_t x = 0;
+  for (; w - x >= kBlock; x += kBlock, s += 2 * kBlock, d += kBlock * W::kBytes) {
+    __m256i luma[2], cb[2], cg[2], cr[2];
+    for (int i = 0; i < 2; ++i) {
+      const __m256i v = LoadU(s + 32 * i);
+      luma[i] = _mm256_and_si256(v, low);
+      const __m256i uv = _mm256_sub_epi16(_mm256_srli_epi16(v, 8), offset);  // u, v of eight pairs
+      cb[i] = _mm256_srai_epi32(_mm256_madd_epi16(uv, to_b), 10);             // (1815 u) >> 10
+      cg[i] = _mm256_srai_epi32(_mm256_madd_epi16(uv, from_g), 10);           // (352 u + 731 v) >> 10
+      cr[i] = _mm256_srai_epi32(_mm256_madd_epi16(uv, to_r), 10);             // (1436 v) >> 10
+    }
+    __m256i pb[2], pg[2], pr[2];
+    PerPixel(cb[0], cb[1], &pb[0], &pb[1]);
+    PerPixel(cg[0], cg[1], &pg[0], &pg[1]);
+    PerPixel(cr[0], cr[1], &pr[0], &pr[1]);
+    __m256i r[2], g[2], b[2];
+    for (int i = 0; i < 2; ++i) {
+      b[i] = _mm256_add_epi16(luma[i], pb[i]);
+      g[i] = _mm256_sub_epi16(luma[i], pg[i]);
+      r[i] = _mm256_add_epi16(luma[i], pr[i]);
+    }
+    // Clamped to 0..255 by the saturating pack.
+    const __m256i bb = _mm256_permute4x64_epi64(_mm256_packus_epi16(b[0], b[1]), 0xD8);
+    const __m256i gg = _mm256_permute4x64_epi64(_mm256_packus_epi16(g[0], g[1]), 0xD8);
+    const __m256i rr = _mm256_permute4x64_epi64(_mm256_packus_epi16(r[0], r[1]), 0xD8);
+    const Quads q = W::kRedFirst ? qvi::avx2::Interleave(rr, gg, bb) : qvi::avx2::Interleave(bb, gg, rr);
+    if constexpr (kBytes24<W>) {
+      qvi::avx2::Store24(d, q);
+    } else {
+      qvi::avx2::Store32KeepingX<W::kColourOffset>(d, q);
+    }
+  }
+  return x;
+}
+
+struct Vec {
+  // Whether a pair of reader and writer has a kernel here.
+  template <class R, class W>
+  static constexpr bool kPixels =
+      (kGreySource<R> && (std::is_same_v<W, Writer<Fmt::Y8>> || kBytes24<W> || kBytes32<W>)) ||
+      (std::is_same_v<R, Reader<Fmt::BGR24>> && (kBytes24<W> || kBytes32<W> || k565<W> || k555<W>)) ||
+      (std::is_same_v<R, Reader<Fmt::BGRX32>> && std::is_same_v<W, Writer<Fmt::BGR24>>);
+  template <class R, class W>
+  static constexpr bool kPairs = std::is_same_v<R, Reader<Fmt::YUV422>> && (kBytes24<W> || kBytes32<W>);
+
+  template <class R, class W>
+  QVI_AVX2 static uint32_t Pixels(const uint8_t* s, uint8_t* d, uint32_t w) {
+    if constexpr (kGreySource<R> && (std::is_same_v<W, Writer<Fmt::Y8>> || kBytes24<W> || kBytes32<W>)) {
+      return GreyRows<R, W>(s, d, w);
+    } else if constexpr (std::is_same_v<R, Reader<Fmt::BGR24>> && (kBytes24<W> || kBytes32<W> || k565<W> || k555<W>)) {
+      return Bgr24Rows<W>(s, d, w);
+    } else if constexpr (std::is_same_v<R, Reader<Fmt::BGRX32>> && std::is_same_v<W, Writer<Fmt::BGR24>>) {
+      return ReversedBgrx32Rows(s, d, w);
+    } else {
+      return 0;
+    }
+  }
+
+  template <class R, class W>
+  QVI_AVX2 static uint32_t Pairs(const uint8_t* s, uint8_t* d, uint32_t w) {
+    if constexpr (kPairs<R, W>) {
+      return Yuv422Rows<W>(s, d, w);
+    } else {
+      return 0;
+    }
+  }
+};
+
+}  // namespace qvi::convert::avx2
