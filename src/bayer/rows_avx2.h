@@ -131,10 +131,15 @@ QVI_AVX2 inline __m256i Word565(__m256i hi, __m256i g, __m256i lo) {
       _mm256_srli_epi16(lo, 3));
 }
 
-// The low bytes of 2 x 16 words, in order.
-QVI_AVX2 inline __m256i LowBytes(__m256i lo, __m256i hi) {
+// The low bytes of 2 x 16 words, in the order of _mm256_packus_epi16: the
+// halves hold words 0-7 and 16-23, then 8-15 and 24-31.
+QVI_AVX2 inline __m256i LowBytesPacked(__m256i lo, __m256i hi) {
   const __m256i mask = _mm256_set1_epi16(0x00FF);
-  return _mm256_permute4x64_epi64(_mm256_packus_epi16(_mm256_and_si256(lo, mask), _mm256_and_si256(hi, mask)), 0xD8);
+  return _mm256_packus_epi16(_mm256_and_si256(lo, mask), _mm256_and_si256(hi, mask));
+}
+// The same in order.
+QVI_AVX2 inline __m256i LowBytes(__m256i lo, __m256i hi) {
+  return _mm256_permute4x64_epi64(LowBytesPacked(lo, hi), 0xD8);
 }
 
 // 32 bytes as 2 x 16 words, in order.
@@ -160,13 +165,22 @@ QVI_AVX2 void Put(uint8_t* out, const Rgb* halves) {
     for (int i = 0; i < 2; ++i) {
       StoreU(out + 32 * i, P == Packing::RGB16 ? Word565(w[i].r, w[i].g, w[i].b) : Word565(w[i].b, w[i].g, w[i].r));
     }
+  } else if constexpr (kWords && P != Packing::BGR24) {
+    const Rgb v = {LowBytesPacked(halves[0].r, halves[1].r), LowBytesPacked(halves[0].g, halves[1].g),
+                   LowBytesPacked(halves[0].b, halves[1].b)};
+    if constexpr (P == Packing::BGRX32) {
+      qvi::avx2::Store32KeepingX<0>(out, qvi::avx2::InterleavePacked(v.b, v.g, v.r));
+    } else {
+      static_assert(P == Packing::RGBX32);
+      qvi::avx2::Store32KeepingX<0>(out, qvi::avx2::InterleavePacked(v.r, v.g, v.b));
+    }
   } else {
     Rgb v = halves[0];
     if constexpr (kWords) {
       v = {LowBytes(halves[0].r, halves[1].r), LowBytes(halves[0].g, halves[1].g), LowBytes(halves[0].b, halves[1].b)};
     }
     if constexpr (P == Packing::BGR24) {
-      qvi::avx2::Store24(out, qvi::avx2::Interleave(v.b, v.g, v.r));
+      qvi::avx2::StorePlanes24(out, v.b, v.g, v.r);
     } else if constexpr (P == Packing::BGRX32) {
       qvi::avx2::Store32KeepingX<0>(out, qvi::avx2::Interleave(v.b, v.g, v.r));
     } else {

@@ -35,6 +35,20 @@ QVI_AVX2 inline Quads Interleave(__m256i c0, __m256i c1, __m256i c2) {
   return Interleave4(c0, c1, c2, _mm256_setzero_si256());
 }
 
+// Interleave for planes straight out of _mm256_packus_epi16(x, y) of two
+// vectors of 16 pixels each: halves hold pixels 0-7 and 16-23, then 8-15 and
+// 24-31.  Picking other halves in the last step saves putting them in order
+// first.
+QVI_AVX2 inline Quads InterleavePacked(__m256i c0, __m256i c1, __m256i c2) {
+  const __m256i zero = _mm256_setzero_si256();
+  const __m256i lo01 = _mm256_unpacklo_epi8(c0, c1), hi01 = _mm256_unpackhi_epi8(c0, c1);
+  const __m256i lo23 = _mm256_unpacklo_epi8(c2, zero), hi23 = _mm256_unpackhi_epi8(c2, zero);
+  const __m256i a = _mm256_unpacklo_epi16(lo01, lo23), b = _mm256_unpackhi_epi16(lo01, lo23);  // 0-3 8-11, 4-7 12-15
+  const __m256i c = _mm256_unpacklo_epi16(hi01, hi23), d = _mm256_unpackhi_epi16(hi01, hi23);  // 16-19 24-27, 20-23 28-31
+  return {{_mm256_permute2x128_si256(a, b, 0x20), _mm256_permute2x128_si256(a, b, 0x31),
+           _mm256_permute2x128_si256(c, d, 0x20), _mm256_permute2x128_si256(c, d, 0x31)}};
+}
+
 // Thirty-two 32-bit pixels written as 96 bytes of three: bytes 0, 1, 2 of
 // each, or with kReversed bytes 2, 1, 0.
 template <bool kReversed = false>
@@ -53,6 +67,44 @@ QVI_AVX2 void Store24(uint8_t* out, const Quads& p) {
                                       _mm256_permutevar8x32_epi32(s2, _mm256_setr_epi32(0, 0, 0, 0, 0, 1, 2, 4)), 0xF0));
   StoreU(out + 64, _mm256_blend_epi32(_mm256_permutevar8x32_epi32(s2, _mm256_setr_epi32(5, 6, 0, 0, 0, 0, 0, 0)),
                                       _mm256_permutevar8x32_epi32(s3, _mm256_setr_epi32(0, 0, 0, 1, 2, 4, 5, 6)), 0xFC));
+}
+
+// Byte selectors of StorePlanes24: kPlaneToChunk[p][k] moves the bytes of
+// plane p that belong in the k-th 16 bytes of a half's 48 output bytes to
+// their places there (0x80 elsewhere, which gives 0).
+struct PlaneSelectors {
+  alignas(32) uint8_t bytes[3][3][32];
+};
+inline constexpr PlaneSelectors kPlaneToChunk = [] {
+  PlaneSelectors s{};
+  for (int p = 0; p < 3; ++p) {
+    for (int k = 0; k < 3; ++k) {
+      for (int i = 0; i < 32; ++i) {
+        const int j = 16 * k + i % 16;  // byte of the half's 48
+        s.bytes[p][k][i] = j % 3 == p ? static_cast<uint8_t>(j / 3) : 0x80;
+      }
+    }
+  }
+  return s;
+}();
+
+// Three planes of 32 bytes (pixels in order) written as thirty-two 3-byte
+// pixels, bytes c0, c1, c2: each 128-bit half makes its 16 pixels' 48 bytes
+// with byte shuffles, and three cross-half moves put them in order.  Fewer
+// shuffles than Interleave followed by Store24.
+QVI_AVX2 inline __m256i PlaneToChunk(int p, int k) {
+  return _mm256_load_si256(reinterpret_cast<const __m256i*>(kPlaneToChunk.bytes[p][k]));
+}
+QVI_AVX2 inline void StorePlanes24(uint8_t* out, __m256i c0, __m256i c1, __m256i c2) {
+  const auto sel = PlaneToChunk;
+  __m256i chunk[3];
+  for (int k = 0; k < 3; ++k) {
+    chunk[k] = _mm256_or_si256(_mm256_or_si256(_mm256_shuffle_epi8(c0, sel(0, k)), _mm256_shuffle_epi8(c1, sel(1, k))),
+                               _mm256_shuffle_epi8(c2, sel(2, k)));
+  }
+  StoreU(out, _mm256_permute2x128_si256(chunk[0], chunk[1], 0x20));
+  StoreU(out + 32, _mm256_permute2x128_si256(chunk[2], chunk[0], 0x30));
+  StoreU(out + 64, _mm256_permute2x128_si256(chunk[1], chunk[2], 0x31));
 }
 
 // 96 bytes of thirty-two 3-byte pixels as 32-bit pixels: bytes 0, 1, 2 to
