@@ -169,10 +169,10 @@ QVI_AVX2 void Put(uint8_t* out, const Rgb* halves) {
     const Rgb v = {LowBytesPacked(halves[0].r, halves[1].r), LowBytesPacked(halves[0].g, halves[1].g),
                    LowBytesPacked(halves[0].b, halves[1].b)};
     if constexpr (P == Packing::BGRX32) {
-      qvi::avx2::Store32KeepingX<0>(out, qvi::avx2::InterleavePacked(v.b, v.g, v.r));
+      qvi::avx2::Store32KeepingX<0>(out, qvi::avx2::Interleave<true>(v.b, v.g, v.r));
     } else {
       static_assert(P == Packing::RGBX32);
-      qvi::avx2::Store32KeepingX<0>(out, qvi::avx2::InterleavePacked(v.r, v.g, v.b));
+      qvi::avx2::Store32KeepingX<0>(out, qvi::avx2::Interleave<true>(v.r, v.g, v.b));
     }
   } else {
     Rgb v = halves[0];

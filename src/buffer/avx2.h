@@ -23,30 +23,29 @@ struct Quads {
 
 // Planes of 32 bytes to pixels with bytes c0, c1, c2, c3.  The unpacks
 // work inside 128-bit halves; the last step puts the halves in order.
-QVI_AVX2 inline Quads Interleave4(__m256i c0, __m256i c1, __m256i c2, __m256i c3) {
+// kPacked: the planes come straight out of _mm256_packus_epi16(x, y) of two
+// vectors of 16 pixels each, their halves holding pixels 0-7 and 16-23, then
+// 8-15 and 24-31; picking other halves in the last step saves putting them
+// in order first.
+template <bool kPacked = false>
+QVI_AVX2 Quads Interleave4(__m256i c0, __m256i c1, __m256i c2, __m256i c3) {
   const __m256i lo01 = _mm256_unpacklo_epi8(c0, c1), hi01 = _mm256_unpackhi_epi8(c0, c1);
   const __m256i lo23 = _mm256_unpacklo_epi8(c2, c3), hi23 = _mm256_unpackhi_epi8(c2, c3);
-  const __m256i a = _mm256_unpacklo_epi16(lo01, lo23), b = _mm256_unpackhi_epi16(lo01, lo23);  // 0-3 16-19, 4-7 20-23
-  const __m256i c = _mm256_unpacklo_epi16(hi01, hi23), d = _mm256_unpackhi_epi16(hi01, hi23);  // 8-11 24-27, 12-15 28-31
-  return {{_mm256_permute2x128_si256(a, b, 0x20), _mm256_permute2x128_si256(c, d, 0x20),
-           _mm256_permute2x128_si256(a, b, 0x31), _mm256_permute2x128_si256(c, d, 0x31)}};
+  // In order: 0-3 16-19, 4-7 20-23, 8-11 24-27, 12-15 28-31.
+  // kPacked:   0-3 8-11, 4-7 12-15, 16-19 24-27, 20-23 28-31.
+  const __m256i a = _mm256_unpacklo_epi16(lo01, lo23), b = _mm256_unpackhi_epi16(lo01, lo23);
+  const __m256i c = _mm256_unpacklo_epi16(hi01, hi23), d = _mm256_unpackhi_epi16(hi01, hi23);
+  if constexpr (kPacked) {
+    return {{_mm256_permute2x128_si256(a, b, 0x20), _mm256_permute2x128_si256(a, b, 0x31),
+             _mm256_permute2x128_si256(c, d, 0x20), _mm256_permute2x128_si256(c, d, 0x31)}};
+  } else {
+    return {{_mm256_permute2x128_si256(a, b, 0x20), _mm256_permute2x128_si256(c, d, 0x20),
+             _mm256_permute2x128_si256(a, b, 0x31), _mm256_permute2x128_si256(c, d, 0x31)}};
+  }
 }
-QVI_AVX2 inline Quads Interleave(__m256i c0, __m256i c1, __m256i c2) {
-  return Interleave4(c0, c1, c2, _mm256_setzero_si256());
-}
-
-// Interleave for planes straight out of _mm256_packus_epi16(x, y) of two
-// vectors of 16 pixels each: halves hold pixels 0-7 and 16-23, then 8-15 and
-// 24-31.  Picking other halves in the last step saves putting them in order
-// first.
-QVI_AVX2 inline Quads InterleavePacked(__m256i c0, __m256i c1, __m256i c2) {
-  const __m256i zero = _mm256_setzero_si256();
-  const __m256i lo01 = _mm256_unpacklo_epi8(c0, c1), hi01 = _mm256_unpackhi_epi8(c0, c1);
-  const __m256i lo23 = _mm256_unpacklo_epi8(c2, zero), hi23 = _mm256_unpackhi_epi8(c2, zero);
-  const __m256i a = _mm256_unpacklo_epi16(lo01, lo23), b = _mm256_unpackhi_epi16(lo01, lo23);  // 0-3 8-11, 4-7 12-15
-  const __m256i c = _mm256_unpacklo_epi16(hi01, hi23), d = _mm256_unpackhi_epi16(hi01, hi23);  // 16-19 24-27, 20-23 28-31
-  return {{_mm256_permute2x128_si256(a, b, 0x20), _mm256_permute2x128_si256(a, b, 0x31),
-           _mm256_permute2x128_si256(c, d, 0x20), _mm256_permute2x128_si256(c, d, 0x31)}};
+template <bool kPacked = false>
+QVI_AVX2 Quads Interleave(__m256i c0, __m256i c1, __m256i c2) {
+  return Interleave4<kPacked>(c0, c1, c2, _mm256_setzero_si256());
 }
 
 // Thirty-two 32-bit pixels written as 96 bytes of three: bytes 0, 1, 2 of

@@ -188,7 +188,7 @@ QVI_AVX2 uint32_t Yuv422Rows(const uint8_t* s, uint8_t* d, uint32_t w) {
       W::kRedFirst ? qvi::avx2::StorePlanes24(d, r8, g8, b8) : qvi::avx2::StorePlanes24(d, b8, g8, r8);
     } else {
       const Quads q =
-          W::kRedFirst ? qvi::avx2::InterleavePacked(rr, gg, bb) : qvi::avx2::InterleavePacked(bb, gg, rr);
+          W::kRedFirst ? qvi::avx2::Interleave<true>(rr, gg, bb) : qvi::avx2::Interleave<true>(bb, gg, rr);
       qvi::avx2::Store32KeepingX<W::kColourOffset>(d, q);
     }
   }
