@@ -193,21 +193,36 @@ QVI_AVX2 void Put(uint8_t* out, const Rgb* halves) {
 struct Vec {
   static constexpr uint32_t kPairsPerBlock = 16;
 
+  // Runs `block` on pairs k .. k + 15 for k = 0, 16, ...; a row with pairs
+  // left over and at least one whole block gets LastBlockOverlaps: one more
+  // block ending at the last pair, which rewrites some pixels with the values
+  // they already have (each depends on the source alone) and reads nothing
+  // those pairs would not.  Returns the pairs done.
+  template <class Block>
+  QVI_AVX2 static uint32_t Blocks(uint32_t count, const Block& block) {
+    uint32_t k = 0;
+    for (; count - k >= kPairsPerBlock; k += kPairsPerBlock) block(k);
+    if (k < count && count >= kPairsPerBlock) {
+      block(count - kPairsPerBlock);
+      return count;
+    }
+    return k;
+  }
+
   template <class M, class Row>
   QVI_AVX2 static uint32_t DupPairs(const uint8_t* here, const uint8_t* other, uint8_t* out, uint32_t count,
                                     const Arith<M::kDepth>& a) {
     using L = LanesOf<M::kDepth>;
     if (!L::Usable(a)) return 0;
     const L l(a);
-    uint32_t k = 0;
-    for (; count - k >= kPairsPerBlock; k += kPairsPerBlock) {
+    const auto block = [&](uint32_t k) QVI_AVX2 {
       const uint32_t x = 2 * k + 1;
       Rgb v[2];
       v[0] = PairRules<M, Row>::Dup(l, here, other, x);
       v[1] = L::kLanes == 16 ? PairRules<M, Row>::Dup(l, here, other, x + 16) : v[0];
       Put<M::kPacking, L::kLanes == 16>(out + uint64_t{x} * Packer<M::kPacking>::kBytes, v);
-    }
-    return k;
+    };
+    return Blocks(count, block);
   }
 
   template <class M, class Row>
@@ -216,15 +231,14 @@ struct Vec {
     using L = LanesOf<M::kDepth>;
     if (!L::Usable(a)) return 0;
     const L l(a);
-    uint32_t k = 0;
-    for (; count - k >= kPairsPerBlock; k += kPairsPerBlock) {
+    const auto block = [&](uint32_t k) QVI_AVX2 {
       const uint32_t x = 2 * k + 1;
       Rgb v[2];
       v[0] = PairRules<M, Row>::Mean(l, above, here, below, x);
       v[1] = L::kLanes == 16 ? PairRules<M, Row>::Mean(l, above, here, below, x + 16) : v[0];
       Put<M::kPacking, L::kLanes == 16>(out + uint64_t{x} * Packer<M::kPacking>::kBytes, v);
-    }
-    return k;
+    };
+    return Blocks(count, block);
   }
 };
 
