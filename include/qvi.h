@@ -829,7 +829,8 @@ QVI_API Status QVI_FileWrite(BufferHandle buffer, const char* path, FileKind kin
  * the next line starting stride bytes after the previous one (the step is
  * stride minus the line's bytes modulo 2^32, so a stride smaller than a line
  * makes lines overlap).  They are handed to the stream in blocks of up to
- * 24 KiB built on the stack; the file holds the same bytes as writing them
+ * 60 KiB built on the calling thread's stack (a thread that calls this needs
+ * that much stack to spare); the file holds the same bytes as writing them
  * one at a time would.
  *
  * Safety limit of this implementation: the buffer is taken to span

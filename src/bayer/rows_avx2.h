@@ -131,10 +131,15 @@ QVI_AVX2 inline __m256i Word565(__m256i hi, __m256i g, __m256i lo) {
       _mm256_srli_epi16(lo, 3));
 }
 
-// The low bytes of 2 x 16 words, in order.
-QVI_AVX2 inline __m256i LowBytes(__m256i lo, __m256i hi) {
+// The low bytes of 2 x 16 words, in the order of _mm256_packus_epi16: the
+// halves hold words 0-7 and 16-23, then 8-15 and 24-31.
+QVI_AVX2 inline __m256i LowBytesPacked(__m256i lo, __m256i hi) {
   const __m256i mask = _mm256_set1_epi16(0x00FF);
-  return _mm256_permute4x64_epi64(_mm256_packus_epi16(_mm256_and_si256(lo, mask), _mm256_and_si256(hi, mask)), 0xD8);
+  return _mm256_packus_epi16(_mm256_and_si256(lo, mask), _mm256_and_si256(hi, mask));
+}
+// The same in order.
+QVI_AVX2 inline __m256i LowBytes(__m256i lo, __m256i hi) {
+  return _mm256_permute4x64_epi64(LowBytesPacked(lo, hi), 0xD8);
 }
 
 // 32 bytes as 2 x 16 words, in order.
@@ -160,13 +165,22 @@ QVI_AVX2 void Put(uint8_t* out, const Rgb* halves) {
     for (int i = 0; i < 2; ++i) {
       StoreU(out + 32 * i, P == Packing::RGB16 ? Word565(w[i].r, w[i].g, w[i].b) : Word565(w[i].b, w[i].g, w[i].r));
     }
+  } else if constexpr (kWords && P != Packing::BGR24) {
+    const Rgb v = {LowBytesPacked(halves[0].r, halves[1].r), LowBytesPacked(halves[0].g, halves[1].g),
+                   LowBytesPacked(halves[0].b, halves[1].b)};
+    if constexpr (P == Packing::BGRX32) {
+      qvi::avx2::Store32KeepingX<0>(out, qvi::avx2::Interleave<true>(v.b, v.g, v.r));
+    } else {
+      static_assert(P == Packing::RGBX32);
+      qvi::avx2::Store32KeepingX<0>(out, qvi::avx2::Interleave<true>(v.r, v.g, v.b));
+    }
   } else {
     Rgb v = halves[0];
     if constexpr (kWords) {
       v = {LowBytes(halves[0].r, halves[1].r), LowBytes(halves[0].g, halves[1].g), LowBytes(halves[0].b, halves[1].b)};
     }
     if constexpr (P == Packing::BGR24) {
-      qvi::avx2::Store24(out, qvi::avx2::Interleave(v.b, v.g, v.r));
+      qvi::avx2::StorePlanes24(out, v.b, v.g, v.r);
     } else if constexpr (P == Packing::BGRX32) {
       qvi::avx2::Store32KeepingX<0>(out, qvi::avx2::Interleave(v.b, v.g, v.r));
     } else {
@@ -179,21 +193,36 @@ QVI_AVX2 void Put(uint8_t* out, const Rgb* halves) {
 struct Vec {
   static constexpr uint32_t kPairsPerBlock = 16;
 
+  // Runs `block` on pairs k .. k + 15 for k = 0, 16, ...; a row with pairs
+  // left over and at least one whole block gets LastBlockOverlaps: one more
+  // block ending at the last pair, which rewrites some pixels with the values
+  // they already have (each depends on the source alone) and reads nothing
+  // those pairs would not.  Returns the pairs done.
+  template <class Block>
+  QVI_AVX2 static uint32_t Blocks(uint32_t count, const Block& block) {
+    uint32_t k = 0;
+    for (; count - k >= kPairsPerBlock; k += kPairsPerBlock) block(k);
+    if (k < count && count >= kPairsPerBlock) {
+      block(count - kPairsPerBlock);
+      return count;
+    }
+    return k;
+  }
+
   template <class M, class Row>
   QVI_AVX2 static uint32_t DupPairs(const uint8_t* here, const uint8_t* other, uint8_t* out, uint32_t count,
                                     const Arith<M::kDepth>& a) {
     using L = LanesOf<M::kDepth>;
     if (!L::Usable(a)) return 0;
     const L l(a);
-    uint32_t k = 0;
-    for (; count - k >= kPairsPerBlock; k += kPairsPerBlock) {
+    const auto block = [&](uint32_t k) QVI_AVX2 {
       const uint32_t x = 2 * k + 1;
       Rgb v[2];
       v[0] = PairRules<M, Row>::Dup(l, here, other, x);
       v[1] = L::kLanes == 16 ? PairRules<M, Row>::Dup(l, here, other, x + 16) : v[0];
       Put<M::kPacking, L::kLanes == 16>(out + uint64_t{x} * Packer<M::kPacking>::kBytes, v);
-    }
-    return k;
+    };
+    return Blocks(count, block);
   }
 
   template <class M, class Row>
@@ -202,15 +231,14 @@ struct Vec {
     using L = LanesOf<M::kDepth>;
     if (!L::Usable(a)) return 0;
     const L l(a);
-    uint32_t k = 0;
-    for (; count - k >= kPairsPerBlock; k += kPairsPerBlock) {
+    const auto block = [&](uint32_t k) QVI_AVX2 {
       const uint32_t x = 2 * k + 1;
       Rgb v[2];
       v[0] = PairRules<M, Row>::Mean(l, above, here, below, x);
       v[1] = L::kLanes == 16 ? PairRules<M, Row>::Mean(l, above, here, below, x + 16) : v[0];
       Put<M::kPacking, L::kLanes == 16>(out + uint64_t{x} * Packer<M::kPacking>::kBytes, v);
-    }
-    return k;
+    };
+    return Blocks(count, block);
   }
 };
 

@@ -23,16 +23,29 @@ struct Quads {
 
 // Planes of 32 bytes to pixels with bytes c0, c1, c2, c3.  The unpacks
 // work inside 128-bit halves; the last step puts the halves in order.
-QVI_AVX2 inline Quads Interleave4(__m256i c0, __m256i c1, __m256i c2, __m256i c3) {
+// kPacked: the planes come straight out of _mm256_packus_epi16(x, y) of two
+// vectors of 16 pixels each, their halves holding pixels 0-7 and 16-23, then
+// 8-15 and 24-31; picking other halves in the last step saves putting them
+// in order first.
+template <bool kPacked = false>
+QVI_AVX2 Quads Interleave4(__m256i c0, __m256i c1, __m256i c2, __m256i c3) {
   const __m256i lo01 = _mm256_unpacklo_epi8(c0, c1), hi01 = _mm256_unpackhi_epi8(c0, c1);
   const __m256i lo23 = _mm256_unpacklo_epi8(c2, c3), hi23 = _mm256_unpackhi_epi8(c2, c3);
-  const __m256i a = _mm256_unpacklo_epi16(lo01, lo23), b = _mm256_unpackhi_epi16(lo01, lo23);  // 0-3 16-19, 4-7 20-23
-  const __m256i c = _mm256_unpacklo_epi16(hi01, hi23), d = _mm256_unpackhi_epi16(hi01, hi23);  // 8-11 24-27, 12-15 28-31
-  return {{_mm256_permute2x128_si256(a, b, 0x20), _mm256_permute2x128_si256(c, d, 0x20),
-           _mm256_permute2x128_si256(a, b, 0x31), _mm256_permute2x128_si256(c, d, 0x31)}};
+  // In order: 0-3 16-19, 4-7 20-23, 8-11 24-27, 12-15 28-31.
+  // kPacked:   0-3 8-11, 4-7 12-15, 16-19 24-27, 20-23 28-31.
+  const __m256i a = _mm256_unpacklo_epi16(lo01, lo23), b = _mm256_unpackhi_epi16(lo01, lo23);
+  const __m256i c = _mm256_unpacklo_epi16(hi01, hi23), d = _mm256_unpackhi_epi16(hi01, hi23);
+  if constexpr (kPacked) {
+    return {{_mm256_permute2x128_si256(a, b, 0x20), _mm256_permute2x128_si256(a, b, 0x31),
+             _mm256_permute2x128_si256(c, d, 0x20), _mm256_permute2x128_si256(c, d, 0x31)}};
+  } else {
+    return {{_mm256_permute2x128_si256(a, b, 0x20), _mm256_permute2x128_si256(c, d, 0x20),
+             _mm256_permute2x128_si256(a, b, 0x31), _mm256_permute2x128_si256(c, d, 0x31)}};
+  }
 }
-QVI_AVX2 inline Quads Interleave(__m256i c0, __m256i c1, __m256i c2) {
-  return Interleave4(c0, c1, c2, _mm256_setzero_si256());
+template <bool kPacked = false>
+QVI_AVX2 Quads Interleave(__m256i c0, __m256i c1, __m256i c2) {
+  return Interleave4<kPacked>(c0, c1, c2, _mm256_setzero_si256());
 }
 
 // Thirty-two 32-bit pixels written as 96 bytes of three: bytes 0, 1, 2 of
@@ -53,6 +66,44 @@ QVI_AVX2 void Store24(uint8_t* out, const Quads& p) {
                                       _mm256_permutevar8x32_epi32(s2, _mm256_setr_epi32(0, 0, 0, 0, 0, 1, 2, 4)), 0xF0));
   StoreU(out + 64, _mm256_blend_epi32(_mm256_permutevar8x32_epi32(s2, _mm256_setr_epi32(5, 6, 0, 0, 0, 0, 0, 0)),
                                       _mm256_permutevar8x32_epi32(s3, _mm256_setr_epi32(0, 0, 0, 1, 2, 4, 5, 6)), 0xFC));
+}
+
+// Byte selectors of StorePlanes24: kPlaneToChunk[p][k] moves the bytes of
+// plane p that belong in the k-th 16 bytes of a half's 48 output bytes to
+// their places there (0x80 elsewhere, which gives 0).
+struct PlaneSelectors {
+  alignas(32) uint8_t bytes[3][3][32];
+};
+inline constexpr PlaneSelectors kPlaneToChunk = [] {
+  PlaneSelectors s{};
+  for (int p = 0; p < 3; ++p) {
+    for (int k = 0; k < 3; ++k) {
+      for (int i = 0; i < 32; ++i) {
+        const int j = 16 * k + i % 16;  // byte of the half's 48
+        s.bytes[p][k][i] = j % 3 == p ? static_cast<uint8_t>(j / 3) : 0x80;
+      }
+    }
+  }
+  return s;
+}();
+
+// Three planes of 32 bytes (pixels in order) written as thirty-two 3-byte
+// pixels, bytes c0, c1, c2: each 128-bit half makes its 16 pixels' 48 bytes
+// with byte shuffles, and three cross-half moves put them in order.  Fewer
+// shuffles than Interleave followed by Store24.
+QVI_AVX2 inline __m256i PlaneToChunk(int p, int k) {
+  return _mm256_load_si256(reinterpret_cast<const __m256i*>(kPlaneToChunk.bytes[p][k]));
+}
+QVI_AVX2 inline void StorePlanes24(uint8_t* out, __m256i c0, __m256i c1, __m256i c2) {
+  const auto sel = PlaneToChunk;
+  __m256i chunk[3];
+  for (int k = 0; k < 3; ++k) {
+    chunk[k] = _mm256_or_si256(_mm256_or_si256(_mm256_shuffle_epi8(c0, sel(0, k)), _mm256_shuffle_epi8(c1, sel(1, k))),
+                               _mm256_shuffle_epi8(c2, sel(2, k)));
+  }
+  StoreU(out, _mm256_permute2x128_si256(chunk[0], chunk[1], 0x20));
+  StoreU(out + 32, _mm256_permute2x128_si256(chunk[2], chunk[0], 0x30));
+  StoreU(out + 64, _mm256_permute2x128_si256(chunk[1], chunk[2], 0x31));
 }
 
 // 96 bytes of thirty-two 3-byte pixels as 32-bit pixels: bytes 0, 1, 2 to
@@ -85,6 +136,11 @@ template <uint32_t kOffset, bool kPlaced = false>
 QVI_AVX2 void Store32KeepingX(uint8_t* out, const Quads& p) {
   static_assert(kOffset == 0 || kOffset == 1);
   const __m256i x = _mm256_set1_epi32(kOffset == 0 ? static_cast<int>(0xFF000000u) : 0xFF);
+  // The old pixels are read before they are written: asking for the next
+  // blocks' lines early keeps those reads from stalling the stores (a hint
+  // only: it never faults and changes no byte, even past the buffer).
+  _mm_prefetch(reinterpret_cast<const char*>(out + 256), _MM_HINT_T0);
+  _mm_prefetch(reinterpret_cast<const char*>(out + 256 + 64), _MM_HINT_T0);
   for (int i = 0; i < 4; ++i) {
     uint8_t* d = out + 32 * i;
     const __m256i colours = kOffset == 0 || kPlaced ? p.q[i] : _mm256_slli_epi32(p.q[i], 8);

@@ -179,13 +179,16 @@ QVI_AVX2 uint32_t Yuv422Rows(const uint8_t* s, uint8_t* d, uint32_t w) {
       r[i] = _mm256_add_epi16(luma[i], pr[i]);
     }
     // Clamped to 0..255 by the saturating pack.
-    const __m256i bb = _mm256_permute4x64_epi64(_mm256_packus_epi16(b[0], b[1]), 0xD8);
-    const __m256i gg = _mm256_permute4x64_epi64(_mm256_packus_epi16(g[0], g[1]), 0xD8);
-    const __m256i rr = _mm256_permute4x64_epi64(_mm256_packus_epi16(r[0], r[1]), 0xD8);
-    const Quads q = W::kRedFirst ? qvi::avx2::Interleave(rr, gg, bb) : qvi::avx2::Interleave(bb, gg, rr);
+    const __m256i bb = _mm256_packus_epi16(b[0], b[1]);
+    const __m256i gg = _mm256_packus_epi16(g[0], g[1]);
+    const __m256i rr = _mm256_packus_epi16(r[0], r[1]);
     if constexpr (kBytes24<W>) {
-      qvi::avx2::Store24(d, q);
+      const __m256i b8 = _mm256_permute4x64_epi64(bb, 0xD8), g8 = _mm256_permute4x64_epi64(gg, 0xD8);
+      const __m256i r8 = _mm256_permute4x64_epi64(rr, 0xD8);
+      W::kRedFirst ? qvi::avx2::StorePlanes24(d, r8, g8, b8) : qvi::avx2::StorePlanes24(d, b8, g8, r8);
     } else {
+      const Quads q =
+          W::kRedFirst ? qvi::avx2::Interleave<true>(rr, gg, bb) : qvi::avx2::Interleave<true>(bb, gg, rr);
       qvi::avx2::Store32KeepingX<W::kColourOffset>(d, q);
     }
   }

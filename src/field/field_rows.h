@@ -88,6 +88,13 @@ constexpr uint8_t Median6(uint8_t a, uint8_t b, uint8_t c, uint8_t d, uint8_t e,
   return MeanOfTwo(t_fourth ? std::max(q, r) : x5, t_fourth ? t : y5);
 }
 
+// Compare-exchanges (min to the first place, max to the second) after which
+// places 2 and 3 of six values hold the third and fourth smallest: the
+// vector kernels take their mean.  Fewer than a full sort, and of the
+// exchanges' outputs only those later read are computed at all.
+inline constexpr int kMiddlePairNetwork[][2] = {{0, 1}, {0, 2}, {1, 2}, {1, 3}, {4, 5}, {0, 4},
+                                                {2, 5}, {2, 4}, {1, 2}, {3, 4}, {2, 3}};
+
 // Byte i of a missing line: the median of the six bytes `step` apart.
 struct Median {
   static uint8_t At(const uint8_t* a, const uint8_t* b, uint32_t i, uint32_t step) {

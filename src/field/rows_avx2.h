@@ -62,9 +62,7 @@ struct VectorOp<Median> {
   }
   QVI_AVX2 static __m256i At(const Six& v) {
     __m256i s[6] = {v.a_left, v.a, v.a_right, v.b_left, v.b, v.b_right};
-    constexpr int kNetwork[][2] = {{0, 5}, {1, 3}, {2, 4}, {1, 2}, {3, 4}, {0, 3},
-                                   {2, 5}, {0, 1}, {2, 3}, {4, 5}, {1, 2}, {3, 4}};
-    for (const auto& c : kNetwork) Order(s[c[0]], s[c[1]]);
+    for (const auto& c : kMiddlePairNetwork) Order(s[c[0]], s[c[1]]);
     return Half(s[2], s[3]);
   }
 };
@@ -73,17 +71,34 @@ struct Vec {
   template <class Op>
   QVI_AVX2 static uint32_t Interior(const uint8_t* a, const uint8_t* b, uint8_t* out, uint32_t i, uint32_t end,
                                     uint32_t step) {
+    const uint32_t start = i;
     for (; i < end && end - i >= kBlock; i += kBlock) StoreU(out + i, VectorOp<Op>::At(SixAt(a, b, i, step)));
+    // LastBlockOverlaps: the last bytes are done as one more whole block
+    // ending at `end`, which rewrites some already written bytes with the
+    // same values and reads nothing the byte loop would not.
+    if (i < end && end - start >= kBlock) {
+      StoreU(out + end - kBlock, VectorOp<Op>::At(SixAt(a, b, end - kBlock, step)));
+      return end;
+    }
     return sse2::Vec::Interior<Op>(a, b, out, i, end, step);
   }
 
   template <class Op>
   QVI_AVX2 static uint32_t Interior422(const uint8_t* a, const uint8_t* b, uint8_t* out, uint32_t i, uint32_t end) {
     const __m256i chroma = _mm256_set1_epi16(static_cast<short>(0xFF00));
-    for (; i < end && end - i >= kBlock; i += kBlock) {
-      const __m256i luma_values = VectorOp<Op>::At(SixAt(a, b, i, 2));
-      const __m256i chroma_values = VectorOp<Op>::At(SixAt(a, b, i, 4));
-      StoreU(out + i, qvi::avx2::Select(chroma, chroma_values, luma_values));
+    const uint32_t start = i;
+    const auto block = [&](uint32_t at) QVI_AVX2 {
+      const __m256i luma_values = VectorOp<Op>::At(SixAt(a, b, at, 2));
+      const __m256i chroma_values = VectorOp<Op>::At(SixAt(a, b, at, 4));
+      StoreU(out + at, qvi::avx2::Select(chroma, chroma_values, luma_values));
+    };
+    for (; i < end && end - i >= kBlock; i += kBlock) block(i);
+    // LastBlockOverlaps, as above, at an even distance from the start so
+    // that luma and chroma keep their places in the block.
+    const uint32_t last = start + ((end - start - kBlock) & ~1u);
+    if (i < end && end - start >= kBlock && last + kBlock > i) {
+      block(last);
+      return last + kBlock;
     }
     return sse2::Vec::Interior422<Op>(a, b, out, i, end);
   }

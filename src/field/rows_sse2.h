@@ -71,9 +71,7 @@ struct VectorOp<Median> {
   }
   static __m128i At(const Six& v) {
     __m128i s[6] = {v.a_left, v.a, v.a_right, v.b_left, v.b, v.b_right};
-    constexpr int kNetwork[][2] = {{0, 5}, {1, 3}, {2, 4}, {1, 2}, {3, 4}, {0, 3},
-                                   {2, 5}, {0, 1}, {2, 3}, {4, 5}, {1, 2}, {3, 4}};
-    for (const auto& c : kNetwork) Order(s[c[0]], s[c[1]]);
+    for (const auto& c : kMiddlePairNetwork) Order(s[c[0]], s[c[1]]);
     return Half(s[2], s[3]);
   }
 };

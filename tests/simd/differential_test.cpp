@@ -232,13 +232,13 @@ TEST(Differential, EveryDeinterlacingRowMatchesThePortableLoop) {
           file::tiff::ReversedTripletRow<file::tiff::sse2::Vec>::Convert(out, a, n / 3);
         },
         [](const uint8_t* a, const uint8_t*, uint8_t* out, uint32_t n) {
-          file::tiff::ReversedTripletRow<file::tiff::sse2::Vec>::Convert(out, a, n / 3);
+          file::tiff::ReversedTripletRow<file::tiff::avx2::Vec>::Convert(out, a, n / 3);
         }}},
   };
   std::mt19937 rng(13);
   uint32_t i = 0;
   for (const RowTwins& row : rows) {
-    for (uint32_t n = 0; n <= 160; ++n) {
+    for (uint32_t n = 0; n <= 200; ++n) {
       const Geometry g(i++);
       // The two field lines back to back, the allocation ending with the second.
       std::vector<uint8_t> lines(g.src_offset + 2 * n);
