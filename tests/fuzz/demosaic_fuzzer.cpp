@@ -38,14 +38,13 @@ void Run(FuzzInput& in) {
   Check(status == (refused ? STATUS_BAD_BUFFER : STATUS_OK), "status", status);
   Check(src_before.Unchanged(), "the source was written");
 
-  const uint32_t src_pitch = sb == 2 ? (src_stride & ~1u) : src_stride;
-  const bool produced = !refused && !no_src && !no_dst && w >= 2 && h >= 2 && src_pitch >= w * sb && dst_stride >= w * pb;
+  const bool fits = m.source_pitch(src_stride) >= w * sb && dst_stride >= w * pb;
+  const bool produced = !refused && !no_src && !no_dst && w >= 2 && h >= 2 && fits;
   if (!produced) {
     Check(dst_before.Unchanged(), "an image that cannot be produced wrote its destination", status);
     return;
   }
-  // Rows of the 16-bit packings lie at the stride minus an odd byte.
-  const uint32_t pitch = pb == 2 ? w * 2 + ((dst_stride - w * 2) & ~1u) : dst_stride;
+  const uint32_t pitch = m.destination_pitch(dst_stride);
   for (uint64_t i = 0; i < dst.size(); ++i) {
     const uint64_t row = i / pitch, x = i % pitch;
     const bool pixel_byte = row < h && x < uint64_t{w} * pb && !(m.has_x_byte() && x % 4 == 3);
