@@ -31,9 +31,8 @@ void Run(FuzzInput& in) {
   test::QvbBuffer d(no_dst ? nullptr : dst.data(), m.destination_format(), w, h, dst_stride);
   const Snapshot src_before(src), dst_before(dst);
 
-  const BufferHandle gone = 0xFFFFFFFFFFFFull;  // never handed out
   const bool bad_handle = faults & 0x0C;
-  const Status status = m.call(faults & 4 ? gone : s.handle(), faults & 8 ? gone : d.handle(), bits);
+  const Status status = m.call(faults & 4 ? kGone : s.handle(), faults & 8 ? kGone : d.handle(), bits);
   const bool refused = bad_handle || (m.deep() && bits == 8);
   Check(status == (refused ? STATUS_BAD_BUFFER : STATUS_OK), "status", status);
   Check(src_before.Unchanged(), "the source was written");
@@ -55,8 +54,4 @@ void Run(FuzzInput& in) {
 }  // namespace
 }  // namespace qvi::fuzz
 
-extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
-  qvi::fuzz::FuzzInput in(data, size);
-  qvi::fuzz::Run(in);
-  return 0;
-}
+QVI_FUZZ_TARGET(qvi::fuzz::Run)
