@@ -46,15 +46,8 @@ void Fill(uint8_t* p, size_t n, Values values, uint32_t word_bits, std::mt19937&
 // stride x height; everything around the image is canary.
 struct Placed {
   Placed(uint32_t format, uint32_t w, uint32_t h, uint32_t stride, uint32_t offset, uint32_t slack)
-      : bytes(offset + uint64_t{stride} * h + slack, kCanary) {
-    FakeBuffer b;
-    b.address = reinterpret_cast<uintptr_t>(bytes.data() + offset);
-    b.width = w;
-    b.height = h;
-    b.stride = stride;
-    b.format = format;
-    handle = AddFakeBuffer(b);
-  }
+      : bytes(offset + uint64_t{stride} * h + slack, kCanary),
+        handle(AddFakeBuffer(bytes.data() + offset, format, w, h, stride)) {}
   std::vector<uint8_t> bytes;
   BufferHandle handle;
 };
