@@ -9,6 +9,7 @@
 
 #include "bayer_support.h"
 #include "buffer/formats.h"
+#include "support/routes.h"
 
 namespace qvi::test {
 namespace {
@@ -119,18 +120,6 @@ TEST(DemosaicFrame, QueriesInOrderAndWritesNothingWhenRefusingOrOutsideTheContra
   }
 }
 
-std::vector<std::pair<Fmt, Fmt>> BayerRouteList() {
-  std::vector<std::pair<Fmt, Fmt>> routes;
-#define QVI_COPY(S, D)
-#define QVI_PIXELS(S, D)
-#define QVI_BAYER(S, D) routes.push_back({Fmt::S, Fmt::D});
-#include "convert/routes.def"
-#undef QVI_COPY
-#undef QVI_PIXELS
-#undef QVI_BAYER
-  return routes;
-}
-
 // QVI_Convert's Bayer routes, with every method and phase value, valid or
 // not: refused with STATUS_BAD_BAYER_MODE and untouched, or converted exactly
 // as the reference model of the member of that name at the source format's
@@ -142,7 +131,8 @@ TEST(BayerRoutes, MethodAndPhaseChooseTheMemberAndTheDepth) {
   const uint32_t phases[] = {BAYER_PHASE_A, BAYER_PHASE_B, BAYER_PHASE_C, BAYER_PHASE_D, 0x50A, 0x10B, 0xA, 0};
   std::mt19937 rng(9);
   size_t converted = 0;
-  for (auto [s, d] : BayerRouteList()) {
+  for (auto [s, d, bayer] : ConversionRoutes()) {
+    if (!bayer) continue;
     const uint32_t bits = s == Fmt::BAY8 ? 8 : 10 + 2 * (uint32_t(s) - uint32_t(Fmt::BAY10));
     // A member that writes the destination format: its packing and pixel size.
     const DemosaicMember& into = *std::ranges::find(DemosaicMembers(), FullCode(d), &DemosaicMember::destination_format);
