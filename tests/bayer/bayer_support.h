@@ -1,13 +1,12 @@
-// Test support for the demosaic family: the members as data, a reference
-// model of every member, and images made for them.
+// Test support for the demosaic family: a reference model of every member
+// and images made for them.
 #pragma once
 
 #include <algorithm>
 #include <cstdint>
-#include <string>
 #include <vector>
 
-#include "bayer/member.h"
+#include "support/demosaic_members.h"
 #include "support/image.h"
 
 namespace qvi::test {
@@ -17,59 +16,10 @@ using bayer::Method;
 using bayer::Packing;
 using bayer::Phase;
 
-struct MemberInfo {
-  std::string name;
-  Depth depth;
-  Packing packing;
-  Method method;
-  Phase phase;
-  Status (*call)(BufferHandle source, BufferHandle destination, uint32_t bits);  // bits ignored for BAY8
-};
-
-// Every exported member, in export order.
-inline const std::vector<MemberInfo>& Members() {
-  static const std::vector<MemberInfo> members = {
-#define QVI_MEMBER(depth, packing, method, phase, deviations) QVI_INFO_##depth(packing, method, phase)
-#define QVI_INFO_BAY8(P, M, F)                                                       \
-  {"QVI_BAY8_to_" #P "_" #M "_" #F, Depth::BAY8, Packing::P, Method::M, Phase::F, \
-   [](BufferHandle s, BufferHandle d, uint32_t) { return QVI_BAY8_to_##P##_##M##_##F(s, d); }},
-#define QVI_INFO_BAYn(P, M, F) \
-  {"QVI_BAYn_to_" #P "_" #M "_" #F, Depth::BAYn, Packing::P, Method::M, Phase::F, &QVI_BAYn_to_##P##_##M##_##F},
-#include "bayer/members.def"
-#undef QVI_INFO_BAYn
-#undef QVI_INFO_BAY8
-#undef QVI_MEMBER
-  };
-  return members;
-}
-
-inline const MemberInfo* FindMember(Depth d, Packing p, Method m, Phase f) {
-  for (const MemberInfo& info : Members())
-    if (info.depth == d && info.packing == p && info.method == m && info.phase == f) return &info;
-  return nullptr;
-}
-
-inline uint32_t SampleBytes(Depth d) { return d == Depth::BAY8 ? 1 : 2; }
-inline uint32_t PixelBytes(Packing p) { return p <= Packing::BGRX32 ? 4 : p == Packing::BGR24 ? 3 : 2; }
-inline uint32_t FormatOf(Depth d) { return d == Depth::BAY8 ? FMT_BAY8 : FMT_BAY16; }
-inline uint32_t FormatOf(Packing p) {
-  const uint32_t formats[] = {FMT_RGBX32, FMT_BGRX32, FMT_BGR24, FMT_RGB16, FMT_BGR16};
-  return formats[static_cast<int>(p)];
-}
-
-// Samples the member reads past the end of the source's stride x height when
-// the stride is exactly one row: the documented over-read of odd widths.
-inline uint32_t OverReadSamples(const MemberInfo& m, uint32_t width, uint32_t height) {
-  if (m.method == Method::dup) return 0;
-  const bool ahead = m.method == Method::med && m.packing == Packing::RGB16 && m.phase == Phase::C;
-  if (width % 2 == 1) return ahead && height > 2 ? 2 : 1;
-  return ahead && height == 2 ? 1 : 0;  // the top-right pixel reads one past row 1
-}
-
 // Writes into `dst` (the destination as it was before the call) every pixel
 // the member's rules produce.  The source is read through its stride, so
 // samples past a row's end are whatever the memory holds there.
-inline void ReferenceDemosaic(const MemberInfo& m, const uint8_t* src, uint32_t src_stride, uint32_t w,
+inline void ReferenceDemosaic(const DemosaicMember& m, const uint8_t* src, uint32_t src_stride, uint32_t w,
                               uint32_t h, uint32_t bits, uint8_t* dst, uint32_t dst_stride) {
   if (w < 2 || h < 2) return;  // nothing is written
   enum Colour { kR, kG, kB };
@@ -78,10 +28,9 @@ inline void ReferenceDemosaic(const MemberInfo& m, const uint8_t* src, uint32_t 
     const char c = "RGGBGRBGGBRGBGGR"[4 * static_cast<int>(m.phase) + 2 * (y % 2) + x % 2];
     return c == 'R' ? kR : (c == 'G' ? kG : kB);
   };
-  const bool deep = m.depth == Depth::BAYn, rgb16 = m.packing == Packing::RGB16;
-  const uint64_t pitch = deep ? src_stride & ~1u : src_stride;
+  const bool deep = m.deep(), rgb16 = m.packing == Packing::RGB16;
   auto at = [&](int64_t y, int64_t x) -> uint32_t {
-    const uint8_t* p = src + y * pitch + x * SampleBytes(m.depth);
+    const uint8_t* p = src + y * m.source_pitch(src_stride) + x * m.sample_bytes();
     return deep ? p[0] | p[1] << 8 : p[0];
   };
   // A sum of 2^halvings raw samples as a channel value; the median of four.
@@ -91,8 +40,7 @@ inline void ReferenceDemosaic(const MemberInfo& m, const uint8_t* src, uint32_t 
     std::sort(v.begin(), v.end());
     return reduce((v[1] + v[2]) / 2, 0);
   };
-  const uint32_t pb = PixelBytes(m.packing);
-  const uint64_t dst_pitch = pb == 2 ? 2 * w + ((dst_stride - 2 * w) & ~1u) : dst_stride;
+  const uint32_t pb = m.pixel_bytes();
 
   for (int64_t Y = 0; Y < h; ++Y) {
     for (int64_t X = 0; X < w; ++X) {
@@ -113,7 +61,7 @@ inline void ReferenceDemosaic(const MemberInfo& m, const uint8_t* src, uint32_t 
         const bool first = Y == 0, last = Y == h - 1, left = X == 0, right = X == w - 1 && w % 2 == 0;
         // The row below as read: one column further right in the odd-width
         // interior rows of the RGB16 phase-C median members.
-        const bool ahead = m.method == Method::med && rgb16 && m.phase == Phase::C;
+        const bool ahead = m.below_row_ahead();
         const int64_t shift = ahead && w % 2 == 1 && !first && !last ? 1 : 0;
         auto N = [&](int64_t dx) { return at(Y - 1, X + dx); };
         auto S = [&](int64_t dx) { return at(Y + 1, X + dx + shift); };
@@ -149,7 +97,7 @@ inline void ReferenceDemosaic(const MemberInfo& m, const uint8_t* src, uint32_t 
           if (m.method == Method::med && !rgb16 && left && Y % 2 == 0) c[kB] = (N(0) + S(0)) >> 1;
         }
       }
-      uint8_t* d = dst + Y * dst_pitch + X * pb;
+      uint8_t* d = dst + Y * m.destination_pitch(dst_stride) + X * pb;
       const uint32_t r = c[kR], g = c[kG], b = c[kB];
       const uint32_t word = rgb16 ? ((r & 0xF8) << 8) | ((g & 0xFC) << 3) | (b >> 3)
                                   : ((b & 0xF8) << 8) | ((g & 0xFC) << 3) | (r >> 3);
@@ -162,18 +110,16 @@ inline void ReferenceDemosaic(const MemberInfo& m, const uint8_t* src, uint32_t 
 // A source (zeros, with exactly the documented over-read as slack) and a
 // canary destination for one member.
 struct Job {
-  Job(const MemberInfo& m, uint32_t w, uint32_t h, uint32_t src_extra = 0, uint32_t dst_extra = 0)
+  Job(const DemosaicMember& m, uint32_t w, uint32_t h, uint32_t src_extra = 0, uint32_t dst_extra = 0)
       : member(m),
         width(w),
         height(h),
-        src(FormatOf(m.depth), w, h, w * SampleBytes(m.depth) + src_extra,
-            OverReadSamples(m, w, h) * SampleBytes(m.depth), 0),
-        dst(FormatOf(m.packing), w, h, w * PixelBytes(m.packing) + dst_extra) {}
+        src(m.source_format(), w, h, w * m.sample_bytes() + src_extra, m.over_read_samples(w, h) * m.sample_bytes(), 0),
+        dst(m.destination_format(), w, h, w * m.pixel_bytes() + dst_extra) {}
   void PutSample(uint32_t y, uint32_t x, uint32_t v) {  // x may run into the padding
-    const uint64_t pitch = member.depth == Depth::BAY8 ? src.stride() : src.stride() & ~1u;
-    uint8_t* p = src.data() + y * pitch + x * SampleBytes(member.depth);
+    uint8_t* p = src.data() + uint64_t{member.source_pitch(src.stride())} * y + x * member.sample_bytes();
     p[0] = static_cast<uint8_t>(v);
-    if (member.depth == Depth::BAYn) p[1] = static_cast<uint8_t>(v >> 8);
+    if (member.deep()) p[1] = static_cast<uint8_t>(v >> 8);
   }
   Status Run(uint32_t bits) { return member.call(src.handle(), dst.handle(), bits); }
   std::vector<uint8_t> Expected(uint32_t bits) {  // the model on a fresh canary destination
@@ -182,12 +128,12 @@ struct Job {
     return out;
   }
   std::vector<uint8_t> At(uint32_t y, uint32_t x) {  // the destination bytes of one pixel
-    const uint32_t pb = PixelBytes(member.packing);
-    const uint8_t* p = dst.data() + uint64_t{pb == 2 ? dst.stride() & ~1u : dst.stride()} * y + uint64_t{x} * pb;
+    const uint32_t pb = member.pixel_bytes();
+    const uint8_t* p = dst.data() + uint64_t{member.destination_pitch(dst.stride())} * y + uint64_t{x} * pb;
     return std::vector<uint8_t>(p, p + pb);
   }
 
-  const MemberInfo& member;
+  const DemosaicMember& member;
   uint32_t width, height;
   TestImage src, dst;
 };

@@ -9,6 +9,7 @@
 
 #include "bayer_support.h"
 #include "buffer/formats.h"
+#include "support/routes.h"
 
 namespace qvi::test {
 namespace {
@@ -22,9 +23,9 @@ class EveryMember : public ::testing::TestWithParam<size_t> {};
 
 TEST_P(EveryMember, MatchesTheReferenceModel) {
   ResetFakeBuffers();
-  const MemberInfo& m = Members()[GetParam()];
-  const bool deep = m.depth == Depth::BAYn;
-  const uint32_t depths[] = {10, 12, 14, 16, 13, 7}, step = SampleBytes(m.depth);
+  const DemosaicMember& m = DemosaicMembers()[GetParam()];
+  const bool deep = m.deep();
+  const uint32_t depths[] = {10, 12, 14, 16, 13, 7}, step = m.sample_bytes();
   std::mt19937 rng(static_cast<uint32_t>(GetParam()) + 1);
   size_t run = 0;
   for (uint32_t w = 0; w <= 9; ++w)
@@ -47,8 +48,8 @@ TEST_P(EveryMember, MatchesTheReferenceModel) {
         }
 }
 
-INSTANTIATE_TEST_SUITE_P(Demosaic, EveryMember, ::testing::Range<size_t>(0, Members().size()),
-                         [](const auto& info) { return Members()[info.param].name; });
+INSTANTIATE_TEST_SUITE_P(Demosaic, EveryMember, ::testing::Range<size_t>(0, DemosaicMembers().size()),
+                         [](const auto& info) { return DemosaicMembers()[info.param].name; });
 
 // Values the documentation works out, phase A, 4x4 mosaics whose samples
 // are `fill` but for the few listed; BGR24 pixels read {B, G, R}.
@@ -75,7 +76,8 @@ TEST(Demosaic, WorkedValues) {
       {Method::dup, 12, Packing::RGB16, 0, 0, 0, {{1, 1, 0xFFFF}}, {0xFF, 0x01}},
   };
   for (const auto& c : cases) {
-    const MemberInfo& m = *FindMember(c.bits == 8 ? Depth::BAY8 : Depth::BAYn, c.packing, c.method, Phase::A);
+    const Depth depth = c.bits == 8 ? Depth::BAY8 : Depth::BAYn;
+    const DemosaicMember& m = *FindDemosaicMember(depth, c.packing, c.method, Phase::A);
     Job job(m, 4, 4);
     for (uint32_t i = 0; i < 16; ++i) job.PutSample(i / 4, i % 4, c.fill);
     for (auto [y, x, v] : c.samples) job.PutSample(y, x, v);
@@ -89,7 +91,7 @@ TEST(Demosaic, WorkedValues) {
 // stride shorter than a row) nothing is written either and the call succeeds.
 TEST(DemosaicFrame, QueriesInOrderAndWritesNothingWhenRefusingOrOutsideTheContract) {
   ResetFakeBuffers();
-  for (const MemberInfo& m : Members()) {
+  for (const DemosaicMember& m : DemosaicMembers()) {
     Job job(m, 4, 3);
     const BufferHandle s = job.src.handle(), d = job.dst.handle();
     const std::vector<Query> all = {{s, BUF_PARAM_VALID},  {d, BUF_PARAM_VALID},   {s, BUF_PARAM_ADDRESS},
@@ -103,31 +105,19 @@ TEST(DemosaicFrame, QueriesInOrderAndWritesNothingWhenRefusingOrOutsideTheContra
     };
     run(0, 1, 12, STATUS_BAD_BUFFER, 1);
     run(1, 0, 12, STATUS_BAD_BUFFER, 2);
-    if (m.depth == Depth::BAYn) run(1, 1, 8, STATUS_BAD_BUFFER, 2);  // no other depth is refused
+    if (m.deep()) run(1, 1, 8, STATUS_BAD_BUFFER, 2);  // no other depth is refused
     EXPECT_TRUE(AllBytesAre(job.dst.bytes(), kCanary)) << m.name;
-    run(1, 1, m.depth == Depth::BAYn ? 7 : 8, STATUS_OK, all.size());
+    run(1, 1, m.deep() ? 7 : 8, STATUS_OK, all.size());
     for (int c = 0; c < 4; ++c) {
       Job outside(m, 4, 3);
       if (c == 0) outside.src.params().address = 0;
       if (c == 1) outside.dst.params().address = 0;
-      if (c == 2) outside.src.params().stride = 4 * SampleBytes(m.depth) - 1;  // n-bit: 7 rounds down to 6
-      if (c == 3) outside.dst.params().stride = 4 * PixelBytes(m.packing) - 1;
+      if (c == 2) outside.src.params().stride = 4 * m.sample_bytes() - 1;  // n-bit: 7 rounds down to 6
+      if (c == 3) outside.dst.params().stride = 4 * m.pixel_bytes() - 1;
       EXPECT_EQ(outside.Run(12), STATUS_OK) << m.name;
       EXPECT_TRUE(AllBytesAre(outside.dst.bytes(), kCanary)) << m.name << " case " << c;
     }
   }
-}
-
-std::vector<std::pair<Fmt, Fmt>> BayerRouteList() {
-  std::vector<std::pair<Fmt, Fmt>> routes;
-#define QVI_COPY(S, D)
-#define QVI_PIXELS(S, D)
-#define QVI_BAYER(S, D) routes.push_back({Fmt::S, Fmt::D});
-#include "convert/routes.def"
-#undef QVI_COPY
-#undef QVI_PIXELS
-#undef QVI_BAYER
-  return routes;
 }
 
 // QVI_Convert's Bayer routes, with every method and phase value, valid or
@@ -141,10 +131,11 @@ TEST(BayerRoutes, MethodAndPhaseChooseTheMemberAndTheDepth) {
   const uint32_t phases[] = {BAYER_PHASE_A, BAYER_PHASE_B, BAYER_PHASE_C, BAYER_PHASE_D, 0x50A, 0x10B, 0xA, 0};
   std::mt19937 rng(9);
   size_t converted = 0;
-  for (auto [s, d] : BayerRouteList()) {
+  for (auto [s, d, bayer] : ConversionRoutes()) {
+    if (!bayer) continue;
     const uint32_t bits = s == Fmt::BAY8 ? 8 : 10 + 2 * (uint32_t(s) - uint32_t(Fmt::BAY10));
-    Packing packing = Packing::RGBX32;
-    while ((FormatOf(packing) & 0xFF) != uint32_t(d)) packing = Packing(int(packing) + 1);
+    // A member that writes the destination format: its packing and pixel size.
+    const DemosaicMember& into = *std::ranges::find(DemosaicMembers(), FullCode(d), &DemosaicMember::destination_format);
     for (size_t mi = 0; mi < std::size(methods); ++mi) {
       for (size_t fi = 0; fi < std::size(phases); ++fi) {
         const bool dup_only = d == Fmt::RGBX32 || d == Fmt::BGR16;
@@ -152,9 +143,10 @@ TEST(BayerRoutes, MethodAndPhaseChooseTheMemberAndTheDepth) {
         TestImage src(FullCode(s), 5, 4, 5 * (bits == 8 ? 1 : 2) + 2, 0, 0);
         for (uint8_t& b : src.bytes()) b = static_cast<uint8_t>(rng());
         src.params().method = methods[mi], src.params().phase = phases[fi];
-        TestImage dst(FullCode(d), 5, 4, 5 * PixelBytes(packing) + 1);
+        TestImage dst(FullCode(d), 5, 4, 5 * into.pixel_bytes() + 1);
         std::vector<uint8_t> expected(dst.bytes().size(), kCanary);
-        const MemberInfo* m = FindMember(bits == 8 ? Depth::BAY8 : Depth::BAYn, packing, Method(mi), Phase(fi));
+        const DemosaicMember* m =
+            FindDemosaicMember(bits == 8 ? Depth::BAY8 : Depth::BAYn, into.packing, Method(mi), Phase(fi));
         if (m != nullptr && !refused)
           ReferenceDemosaic(*m, src.data(), src.stride(), 5, 4, bits, expected.data(), dst.stride());
         const auto what = ::testing::Message() << int(s) << "->" << int(d) << " method " << methods[mi] << " phase "

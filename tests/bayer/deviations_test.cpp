@@ -13,7 +13,7 @@ namespace {
 using bayer::Deviations;
 
 struct Deviating {
-  const MemberInfo* member;
+  const DemosaicMember* member;
   Deviations deviation;
   Status (*without)(BufferHandle, BufferHandle, uint32_t);  // the member built without its deviation
 };
@@ -22,7 +22,7 @@ std::vector<Deviating> DeviatingMembers() {
   std::vector<Deviating> out;
 #define QVI_MEMBER(d, p, m, f, x)                                                   \
   if constexpr (bayer::x != bayer::kNone)                                           \
-    out.push_back({FindMember(Depth::d, Packing::p, Method::m, Phase::f), bayer::x, \
+    out.push_back({FindDemosaicMember(Depth::d, Packing::p, Method::m, Phase::f), bayer::x, \
                    &bayer::Demosaic<bayer::Member<Depth::d, Packing::p, Method::m, Phase::f, bayer::kNone>>});
 #include "bayer/members.def"
 #undef QVI_MEMBER
@@ -47,8 +47,8 @@ TEST(Deviations, EachShowsExactlyAtItsDocumentedPixels) {
         for (uint32_t y = 0; y < h; ++y)
           for (uint32_t x = 0; x < w + 2; ++x) {
             const uint32_t v = unreduced ? 0x200 : (20 * x + 10) << 8;
-            a.PutSample(y, x, member->depth == Depth::BAY8 ? v >> 8 : v);
-            b.PutSample(y, x, member->depth == Depth::BAY8 ? v >> 8 : v);
+            a.PutSample(y, x, member->deep() ? v : v >> 8);
+            b.PutSample(y, x, member->deep() ? v : v >> 8);
           }
         ASSERT_EQ(a.Run(bits), STATUS_OK);
         ASSERT_EQ(without(b.src.handle(), b.dst.handle(), bits), STATUS_OK);

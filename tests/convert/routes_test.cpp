@@ -7,6 +7,7 @@
 
 #include "buffer/formats.h"
 #include "support/image.h"
+#include "support/routes.h"
 
 namespace qvi::test {
 namespace {
@@ -15,15 +16,7 @@ namespace {
 // of their own).
 std::map<uint32_t, bool> RouteTable() {
   std::map<uint32_t, bool> routes;
-#define QVI_KEY(S, D) (static_cast<uint32_t>(Fmt::S) << 8 | static_cast<uint32_t>(Fmt::D))
-#define QVI_COPY(S, D) routes[QVI_KEY(S, D)] = false;
-#define QVI_PIXELS(S, D) routes[QVI_KEY(S, D)] = false;
-#define QVI_BAYER(S, D) routes[QVI_KEY(S, D)] = true;
-#include "convert/routes.def"
-#undef QVI_COPY
-#undef QVI_PIXELS
-#undef QVI_BAYER
-#undef QVI_KEY
+  for (const Route& r : ConversionRoutes()) routes[uint32_t(r.src) << 8 | uint32_t(r.dst)] = r.bayer;
   return routes;
 }
 

@@ -55,10 +55,9 @@ void Run(FuzzInput& in) {
   test::QvbBuffer d(flags & 8 ? nullptr : dst.data(), dst_format, dst_width, dst_height, dst_stride);
   s.Set(BUF_PARAM_DEMOSAIC_METHOD, method);
   s.Set(BUF_PARAM_BAYER_PHASE, phase);
-  const BufferHandle gone = 0xFFFFFFFFFFFFull;  // never handed out
   const Snapshot src_before(src), dst_before(dst);
 
-  const Status status = QVI_Convert(flags & 1 ? gone : s.handle(), flags & 2 ? gone : d.handle());
+  const Status status = QVI_Convert(flags & 1 ? kGone : s.handle(), flags & 2 ? kGone : d.handle());
   Check(status == STATUS_OK || status == STATUS_BAD_BAYER_MODE || status == STATUS_BAD_BUFFER ||
             status == STATUS_BAD_PARAMETER,
         "undocumented status", status);
@@ -69,8 +68,4 @@ void Run(FuzzInput& in) {
 }  // namespace
 }  // namespace qvi::fuzz
 
-extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
-  qvi::fuzz::FuzzInput in(data, size);
-  qvi::fuzz::Run(in);
-  return 0;
-}
+QVI_FUZZ_TARGET(qvi::fuzz::Run)

@@ -31,21 +31,19 @@ void Run(FuzzInput& in) {
   test::QvbBuffer d(no_dst ? nullptr : dst.data(), m.destination_format(), w, h, dst_stride);
   const Snapshot src_before(src), dst_before(dst);
 
-  const BufferHandle gone = 0xFFFFFFFFFFFFull;  // never handed out
   const bool bad_handle = faults & 0x0C;
-  const Status status = m.call(faults & 4 ? gone : s.handle(), faults & 8 ? gone : d.handle(), bits);
+  const Status status = m.call(faults & 4 ? kGone : s.handle(), faults & 8 ? kGone : d.handle(), bits);
   const bool refused = bad_handle || (m.deep() && bits == 8);
   Check(status == (refused ? STATUS_BAD_BUFFER : STATUS_OK), "status", status);
   Check(src_before.Unchanged(), "the source was written");
 
-  const uint32_t src_pitch = sb == 2 ? (src_stride & ~1u) : src_stride;
-  const bool produced = !refused && !no_src && !no_dst && w >= 2 && h >= 2 && src_pitch >= w * sb && dst_stride >= w * pb;
+  const bool fits = m.source_pitch(src_stride) >= w * sb && dst_stride >= w * pb;
+  const bool produced = !refused && !no_src && !no_dst && w >= 2 && h >= 2 && fits;
   if (!produced) {
     Check(dst_before.Unchanged(), "an image that cannot be produced wrote its destination", status);
     return;
   }
-  // Rows of the 16-bit packings lie at the stride minus an odd byte.
-  const uint32_t pitch = pb == 2 ? w * 2 + ((dst_stride - w * 2) & ~1u) : dst_stride;
+  const uint32_t pitch = m.destination_pitch(dst_stride);
   for (uint64_t i = 0; i < dst.size(); ++i) {
     const uint64_t row = i / pitch, x = i % pitch;
     const bool pixel_byte = row < h && x < uint64_t{w} * pb && !(m.has_x_byte() && x % 4 == 3);
@@ -56,8 +54,4 @@ void Run(FuzzInput& in) {
 }  // namespace
 }  // namespace qvi::fuzz
 
-extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
-  qvi::fuzz::FuzzInput in(data, size);
-  qvi::fuzz::Run(in);
-  return 0;
-}
+QVI_FUZZ_TARGET(qvi::fuzz::Run)

@@ -51,8 +51,7 @@ void Run(FuzzInput& in) {
   test::QvbBuffer rb(faults & 2 ? nullptr : frame_data, format, frame_width, frame_height, frame_stride);
   const Snapshot field_before(field), frame_before(frame);
 
-  const BufferHandle gone = 0xFFFFFFFFFFFFull;  // never handed out
-  const Status status = Call(method, flags & 0x80, faults & 4 ? gone : fb.handle(), faults & 8 ? gone : rb.handle(),
+  const Status status = Call(method, flags & 0x80, faults & 4 ? kGone : fb.handle(), faults & 8 ? kGone : rb.handle(),
                              parity);
   Check(status == STATUS_OK || status == STATUS_BAD_BUFFER || status == STATUS_BAD_PARAMETER,
         "undocumented status", status);
@@ -64,8 +63,4 @@ void Run(FuzzInput& in) {
 }  // namespace
 }  // namespace qvi::fuzz
 
-extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
-  qvi::fuzz::FuzzInput in(data, size);
-  qvi::fuzz::Run(in);
-  return 0;
-}
+QVI_FUZZ_TARGET(qvi::fuzz::Run)

@@ -47,8 +47,7 @@ void Run(FuzzInput& in) {
   if (where == 5) path = Directory() + "/missing/image";
   if (where == 6) path = Directory();  // a directory cannot be opened for writing
   if (where == 7) path = Directory() + "/" + std::string(300, 'x');  // a name too long
-  const BufferHandle gone = 0xFFFFFFFFFFFFull;  // never handed out
-  const BufferHandle handle = faults & 2 ? gone : buffer.handle();
+  const BufferHandle handle = faults & 2 ? kGone : buffer.handle();
   const Snapshot before(memory);
   const int lowest_free = LowestFreeDescriptor();
 
@@ -90,8 +89,4 @@ void Run(FuzzInput& in) {
 }  // namespace
 }  // namespace qvi::fuzz
 
-extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
-  qvi::fuzz::FuzzInput in(data, size);
-  qvi::fuzz::Run(in);
-  return 0;
-}
+QVI_FUZZ_TARGET(qvi::fuzz::Run)

@@ -1,6 +1,6 @@
-// What every harness shares: reading its choices from the fuzzer's bytes
-// front to back (so that seeds can be written by hand), strides drawn around
-// a line's length, and checks that abort with a message.
+// What every harness shares: its entry point, reading its choices from the
+// fuzzer's bytes front to back (so that seeds can be written by hand),
+// strides drawn around a line's length, and checks that abort with a message.
 #pragma once
 
 #include <fcntl.h>
@@ -20,6 +20,9 @@ namespace qvi::fuzz {
 
 using test::Fence;
 using test::FencedMemory;
+
+// A handle the buffer library never hands out.
+inline constexpr BufferHandle kGone = 0xFFFFFFFFFFFFull;
 
 class FuzzInput {
  public:
@@ -86,3 +89,12 @@ inline int LowestFreeDescriptor() {
 }
 
 }  // namespace qvi::fuzz
+
+// Defines the function libFuzzer (or the replay driver) calls with each
+// input; `run` makes the harness's calls and checks.
+#define QVI_FUZZ_TARGET(run)                                                \
+  extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) { \
+    qvi::fuzz::FuzzInput in(data, size);                                    \
+    run(in);                                                                \
+    return 0;                                                               \
+  }

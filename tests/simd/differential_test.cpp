@@ -46,15 +46,8 @@ void Fill(uint8_t* p, size_t n, Values values, uint32_t word_bits, std::mt19937&
 // stride x height; everything around the image is canary.
 struct Placed {
   Placed(uint32_t format, uint32_t w, uint32_t h, uint32_t stride, uint32_t offset, uint32_t slack)
-      : bytes(offset + uint64_t{stride} * h + slack, kCanary) {
-    FakeBuffer b;
-    b.address = reinterpret_cast<uintptr_t>(bytes.data() + offset);
-    b.width = w;
-    b.height = h;
-    b.stride = stride;
-    b.format = format;
-    handle = AddFakeBuffer(b);
-  }
+      : bytes(offset + uint64_t{stride} * h + slack, kCanary),
+        handle(AddFakeBuffer(bytes.data() + offset, format, w, h, stride)) {}
   std::vector<uint8_t> bytes;
   BufferHandle handle;
 };
@@ -96,28 +89,27 @@ const Twins kDemosaicTwins[] = {
 int FastKinds() { return CpuHasAvx2() ? 2 : 1; }
 
 TEST(Differential, EveryDemosaicMemberMatchesThePortableLoop) {
-  ASSERT_EQ(std::size(kDemosaicTwins), Members().size());
+  ASSERT_EQ(std::size(kDemosaicTwins), DemosaicMembers().size());
   const uint32_t widths[] = {2, 3, 16, 17, 18, 19, 32, 33, 34, 35, 49, 51, 66, 67, 97, 98, 99};
   const uint32_t heights[] = {2, 3, 5};
   const uint32_t depths[] = {12, 10, 14, 16, 9, 13, 7, 6, 40, 11, 15};
   std::mt19937 rng(7);
-  for (size_t m = 0; m < Members().size(); ++m) {
-    const MemberInfo& member = Members()[m];
-    const uint32_t sample = SampleBytes(member.depth), pixel = PixelBytes(member.packing);
+  for (size_t m = 0; m < DemosaicMembers().size(); ++m) {
+    const DemosaicMember& member = DemosaicMembers()[m];
+    const uint32_t sample = member.sample_bytes(), pixel = member.pixel_bytes();
     uint32_t i = static_cast<uint32_t>(m);
     for (uint32_t w : widths) {
       for (uint32_t h : heights) {
         ResetFakeBuffers();
         const Geometry g(i++);
-        const uint32_t bits = member.depth == Depth::BAY8 ? 8 : depths[i % std::size(depths)];
+        const uint32_t bits = member.deep() ? depths[i % std::size(depths)] : 8;
         const uint32_t src_stride = w * sample + g.src_extra, dst_stride = w * pixel + g.dst_extra;
-        Placed src(FormatOf(member.depth), w, h, src_stride, g.src_offset,
-                   OverReadSamples(member, w, h) * sample);
-        Fill(src.bytes.data(), src.bytes.size(), g.values, member.depth == Depth::BAY8 ? 0 : bits, rng);
-        Placed portable(FormatOf(member.packing), w, h, dst_stride, g.dst_offset, 7);
+        Placed src(member.source_format(), w, h, src_stride, g.src_offset, member.over_read_samples(w, h) * sample);
+        Fill(src.bytes.data(), src.bytes.size(), g.values, member.deep() ? bits : 0, rng);
+        Placed portable(member.destination_format(), w, h, dst_stride, g.dst_offset, 7);
         ASSERT_EQ(kDemosaicTwins[m].portable(src.handle, portable.handle, bits), STATUS_OK);
         for (int kind = 0; kind < FastKinds(); ++kind) {
-          Placed fast(FormatOf(member.packing), w, h, dst_stride, g.dst_offset, 7);
+          Placed fast(member.destination_format(), w, h, dst_stride, g.dst_offset, 7);
           ASSERT_EQ(kDemosaicTwins[m].fast[kind](src.handle, fast.handle, bits), STATUS_OK);
           ASSERT_EQ(portable.bytes, fast.bytes)
               << (kind == 0 ? "SSE2 " : "AVX2 ") << member.name << " " << w << "x" << h << " bits " << bits
@@ -202,6 +194,12 @@ struct RowTwins {
   RowKernel fast[2];  // SSE2, AVX2
 };
 
+// The TIFF strip's BGR24 pixels in file order, from one source line.
+template <class V>
+void TiffTriplets(const uint8_t* line, const uint8_t*, uint8_t* out, uint32_t n) {
+  file::tiff::ReversedTripletRow<V>::Convert(out, line, n / 3);
+}
+
 template <field::Shape S, class Op>
 constexpr RowTwins Interpolated(const char* name) {
   return {name,
@@ -225,15 +223,8 @@ TEST(Differential, EveryDeinterlacingRowMatchesThePortableLoop) {
       Interpolated<Shape::Yuv422, Median>("median 4:2:2"),
       // The TIFF strip's BGR24 pixels in file order (one source line).
       {"TIFF triplets",
-       [](const uint8_t* a, const uint8_t*, uint8_t* out, uint32_t n) {
-         file::tiff::ReversedTripletRow<file::tiff::NoVec>::Convert(out, a, n / 3);
-       },
-       {[](const uint8_t* a, const uint8_t*, uint8_t* out, uint32_t n) {
-          file::tiff::ReversedTripletRow<file::tiff::sse2::Vec>::Convert(out, a, n / 3);
-        },
-        [](const uint8_t* a, const uint8_t*, uint8_t* out, uint32_t n) {
-          file::tiff::ReversedTripletRow<file::tiff::avx2::Vec>::Convert(out, a, n / 3);
-        }}},
+       &TiffTriplets<file::tiff::NoVec>,
+       {&TiffTriplets<file::tiff::sse2::Vec>, &TiffTriplets<file::tiff::avx2::Vec>}},
   };
   std::mt19937 rng(13);
   uint32_t i = 0;

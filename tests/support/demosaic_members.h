@@ -1,8 +1,8 @@
 // Every demosaic entry point as data, read from the library's member table,
-// for the programs that pick members at run time: the guard-page test, the
-// demosaic fuzzer and the concurrency test.  (tests/bayer keeps a richer table
-// with a reference model; it needs the recording fake, these programs may
-// link the bundled buffer library instead.)
+// with what the tests derive from a member's type: the bayer tests' reference
+// model, the fast-kernel comparison, the guard-page and concurrency tests and
+// the demosaic fuzzer.  It needs no buffer library, so programs may link the
+// recording fake or the bundled one.
 #pragma once
 
 #include <cstdint>
@@ -25,7 +25,7 @@ struct DemosaicMember {
   bool deep() const { return depth == bayer::Depth::BAYn; }
   uint32_t sample_bytes() const { return deep() ? 2 : 1; }
   uint32_t pixel_bytes() const {
-    return packing == bayer::Packing::BGR24 ? 3 : (packing == bayer::Packing::RGBX32 || packing == bayer::Packing::BGRX32 ? 4 : 2);
+    return packing == bayer::Packing::BGR24 ? 3 : packing <= bayer::Packing::BGRX32 ? 4 : 2;
   }
   bool has_x_byte() const { return pixel_bytes() == 4; }
   uint32_t source_format() const { return deep() ? FMT_BAY16 : FMT_BAY8; }
@@ -33,13 +33,21 @@ struct DemosaicMember {
     const uint32_t formats[] = {FMT_RGBX32, FMT_BGRX32, FMT_BGR24, FMT_RGB16, FMT_BGR16};
     return formats[static_cast<int>(packing)];
   }
+  // Rows of 16-bit samples, and of the 16-bit packings, lie at the stride
+  // rounded down to even.
+  uint32_t source_pitch(uint32_t stride) const { return deep() ? stride & ~1u : stride; }
+  uint32_t destination_pitch(uint32_t stride) const { return pixel_bytes() == 2 ? stride & ~1u : stride; }
+  // The RGB16 phase-C median members read the row below one sample ahead.
+  bool below_row_ahead() const {
+    return method == bayer::Method::med && packing == bayer::Packing::RGB16 && phase == bayer::Phase::C;
+  }
   // The documented over-read past the last source row.
   uint32_t over_read_samples(uint32_t width, uint32_t height) const {
-    const bool ahead = method == bayer::Method::med && packing == bayer::Packing::RGB16 && phase == bayer::Phase::C;
-    return DemosaicOverReadSamples(method != bayer::Method::dup, ahead, width, height);
+    return DemosaicOverReadSamples(method != bayer::Method::dup, below_row_ahead(), width, height);
   }
 };
 
+// Every exported member, in export order.
 inline const std::vector<DemosaicMember>& DemosaicMembers() {
   using namespace bayer;
   static const std::vector<DemosaicMember> members = {
@@ -55,6 +63,13 @@ inline const std::vector<DemosaicMember>& DemosaicMembers() {
 #undef QVI_MEMBER
   };
   return members;
+}
+
+// The member of that type, or null when none is exported.
+inline const DemosaicMember* FindDemosaicMember(bayer::Depth d, bayer::Packing p, bayer::Method m, bayer::Phase f) {
+  for (const DemosaicMember& member : DemosaicMembers())
+    if (member.depth == d && member.packing == p && member.method == m && member.phase == f) return &member;
+  return nullptr;
 }
 
 }  // namespace qvi::test

@@ -30,6 +30,12 @@ struct Query {
 
 // Registers a buffer and returns its handle (never 0).
 BufferHandle AddFakeBuffer(const FakeBuffer& buffer);
+// Registers a valid image at `memory` with no demosaic method or phase.
+inline BufferHandle AddFakeBuffer(const void* memory, uint32_t format, uint32_t width, uint32_t height,
+                                  uint32_t stride) {
+  return AddFakeBuffer(FakeBuffer{.address = reinterpret_cast<uintptr_t>(memory), .width = width, .height = height,
+                                  .stride = stride, .format = format});
+}
 // The live description of a registered buffer, for tests to change.
 FakeBuffer& FakeBufferOf(BufferHandle handle);
 

@@ -50,13 +50,7 @@ class FencedImage {
   FencedImage(uint32_t format, uint32_t width, uint32_t height, uint32_t stride, uint32_t slack, Fence fence,
               uint8_t fill = 0xA5)
       : memory_(uint64_t{stride} * height + slack, fence, fill) {
-    FakeBuffer b;
-    b.address = reinterpret_cast<uintptr_t>(memory_.data());
-    b.width = width;
-    b.height = height;
-    b.stride = stride;
-    b.format = format;
-    handle_ = AddFakeBuffer(b);
+    handle_ = AddFakeBuffer(memory_.data(), format, width, height, stride);
   }
   BufferHandle handle() const { return handle_; }
   FakeBuffer& params() { return FakeBufferOf(handle_); }

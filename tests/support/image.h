@@ -18,13 +18,7 @@ class TestImage {
   TestImage(uint32_t format, uint32_t width, uint32_t height, uint32_t stride, uint32_t slack = 0,
             uint8_t fill = kCanary)
       : bytes_(uint64_t{stride} * height + slack, fill) {
-    FakeBuffer b;
-    b.address = reinterpret_cast<uintptr_t>(bytes_.data());
-    b.width = width;
-    b.height = height;
-    b.stride = stride;
-    b.format = format;
-    handle_ = AddFakeBuffer(b);
+    handle_ = AddFakeBuffer(bytes_.data(), format, width, height, stride);
     if (bytes_.empty()) FakeBufferOf(handle_).address = reinterpret_cast<uintptr_t>(&empty_);
   }
 
