@@ -5,6 +5,7 @@
 // its kind and geometry give, and a call refused before opening leaves no file.
 #include <stdlib.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include <string>
 
@@ -17,14 +18,21 @@ namespace {
 constexpr uint32_t kFormats[] = {FMT_Y8, FMT_BGR24, FMT_RGB24, FMT_Y16, FMT_BGRX32, 0, 0x11, 0x01};
 constexpr uint32_t kBytes[] = {1, 3, 3, 2, 4, 1, 3, 1};
 
-const std::string& Directory() {
-  static const std::string dir = [] {
+// A scratch directory for the whole run, removed when the program exits
+// (each run unlinks its file at once).
+struct ScratchDirectory {
+  ScratchDirectory() {
     const char* base = std::getenv("TMPDIR");
-    std::string d = std::string(base != nullptr && *base != '\0' ? base : "/tmp") + "/qvi-fuzz-XXXXXX";
-    Check(mkdtemp(d.data()) != nullptr, "no scratch directory");
-    return d;
-  }();
-  return dir;
+    path = std::string(base != nullptr && *base != '\0' ? base : "/tmp") + "/qvi-fuzz-XXXXXX";
+    Check(mkdtemp(path.data()) != nullptr, "no scratch directory");
+  }
+  ~ScratchDirectory() { rmdir(path.c_str()); }
+  std::string path;
+};
+
+const std::string& Directory() {
+  static const ScratchDirectory dir;
+  return dir.path;
 }
 
 // -1 when there is no such file.
