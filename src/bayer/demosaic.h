@@ -29,6 +29,7 @@ void Walk(const Image& image, const Arith<M::kDepth>& a) {
   if constexpr (std::is_same_v<V, BestVec>) {
     if (CpuHasAvx2()) {
       WalkerOf<M, avx2::Vec>::type::Run(image, a);
+      qvi::avx2::LeaveAvx2();
     } else {
       WalkerOf<M, sse2::Vec>::type::Run(image, a);
     }

@@ -151,7 +151,7 @@ QVI_AVX2 inline void Widen(__m256i v, __m256i* lo, __m256i* hi) {
 // Packer<P>::Store for 32 pixels given as two vectors of each colour (16-bit
 // lanes, halves[1] the second 16 pixels) or one (8-bit lanes, halves[1] unused).
 template <Packing P, bool kWords>
-QVI_AVX2 void Put(uint8_t* out, const Rgb* halves) {
+QVI_AVX2_INLINE inline void Put(uint8_t* out, const Rgb* halves) {
   if constexpr (P == Packing::RGB16 || P == Packing::BGR16) {
     Rgb w[2];
     if constexpr (kWords) {
@@ -215,7 +215,7 @@ struct Vec {
     using L = LanesOf<M::kDepth>;
     if (!L::Usable(a)) return 0;
     const L l(a);
-    const auto block = [&](uint32_t k) QVI_AVX2 {
+    const auto block = [&](uint32_t k) QVI_AVX2_INLINE {
       const uint32_t x = 2 * k + 1;
       Rgb v[2];
       v[0] = PairRules<M, Row>::Dup(l, here, other, x);
@@ -231,7 +231,7 @@ struct Vec {
     using L = LanesOf<M::kDepth>;
     if (!L::Usable(a)) return 0;
     const L l(a);
-    const auto block = [&](uint32_t k) QVI_AVX2 {
+    const auto block = [&](uint32_t k) QVI_AVX2_INLINE {
       const uint32_t x = 2 * k + 1;
       Rgb v[2];
       v[0] = PairRules<M, Row>::Mean(l, above, here, below, x);

@@ -14,6 +14,13 @@ namespace qvi::avx2 {
 QVI_AVX2 inline __m256i LoadU(const uint8_t* p) { return _mm256_loadu_si256(reinterpret_cast<const __m256i*>(p)); }
 QVI_AVX2 inline void StoreU(uint8_t* p, __m256i v) { _mm256_storeu_si256(reinterpret_cast<__m256i*>(p), v); }
 
+// Called once an AVX2 kernel is done, before returning to code that may use
+// the older instructions: leaving the vector registers' upper halves in use
+// slows every such instruction after the call on some processors, in the
+// caller's own code too.  (Kernels that do not inline into one function
+// return to each other without clearing them.)
+QVI_AVX2 inline void LeaveAvx2() { _mm256_zeroupper(); }
+
 QVI_AVX2 inline __m256i Select(__m256i mask, __m256i a, __m256i b) { return _mm256_blendv_epi8(b, a, mask); }
 
 // Thirty-two 32-bit pixels in four vectors, in order.
@@ -94,7 +101,7 @@ inline constexpr PlaneSelectors kPlaneToChunk = [] {
 QVI_AVX2 inline __m256i PlaneToChunk(int p, int k) {
   return _mm256_load_si256(reinterpret_cast<const __m256i*>(kPlaneToChunk.bytes[p][k]));
 }
-QVI_AVX2 inline void StorePlanes24(uint8_t* out, __m256i c0, __m256i c1, __m256i c2) {
+QVI_AVX2_INLINE inline void StorePlanes24(uint8_t* out, __m256i c0, __m256i c1, __m256i c2) {
   const auto sel = PlaneToChunk;
   __m256i chunk[3];
   for (int k = 0; k < 3; ++k) {

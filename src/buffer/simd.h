@@ -32,6 +32,8 @@
 #if QVI_HAVE_SSE2 && (defined(__GNUC__) || defined(__clang__))
 #define QVI_HAVE_AVX2 1
 #define QVI_AVX2 __attribute__((target("avx2")))
+// For the pieces of a block's work that must not become calls of their own.
+#define QVI_AVX2_INLINE __attribute__((target("avx2"), always_inline))
 #else
 #define QVI_HAVE_AVX2 0
 #endif

@@ -140,7 +140,10 @@ void WalkRoute(const buffer::ConversionPair& p) {
     using R = Reader<S>;
     using W = Writer<D>;
     if constexpr (avx2::Vec::kPixels<R, W> || avx2::Vec::kPairs<R, W>) {
-      if (CpuHasAvx2()) return WalkLines<typename RouteLine<S, D, avx2::Vec>::type>(p);
+      if (CpuHasAvx2()) {
+        WalkLines<typename RouteLine<S, D, avx2::Vec>::type>(p);
+        return qvi::avx2::LeaveAvx2();
+      }
     }
     WalkLines<typename RouteLine<S, D, sse2::Vec>::type>(p);
 #endif

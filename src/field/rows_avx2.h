@@ -87,7 +87,7 @@ struct Vec {
   QVI_AVX2 static uint32_t Interior422(const uint8_t* a, const uint8_t* b, uint8_t* out, uint32_t i, uint32_t end) {
     const __m256i chroma = _mm256_set1_epi16(static_cast<short>(0xFF00));
     const uint32_t start = i;
-    const auto block = [&](uint32_t at) QVI_AVX2 {
+    const auto block = [&](uint32_t at) QVI_AVX2_INLINE {
       const __m256i luma_values = VectorOp<Op>::At(SixAt(a, b, at, 2));
       const __m256i chroma_values = VectorOp<Op>::At(SixAt(a, b, at, 4));
       StoreU(out + at, qvi::avx2::Select(chroma, chroma_values, luma_values));

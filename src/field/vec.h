@@ -8,6 +8,10 @@
 
 #include "buffer/simd.h"
 
+#if QVI_HAVE_AVX2
+#include "buffer/avx2.h"
+#endif
+
 namespace qvi::field {
 
 struct NoVec {
@@ -41,7 +45,11 @@ using BaselineVec = NoVec;
 template <class Body>
 decltype(auto) WithBestVec(Body body) {
 #if QVI_USE_AVX2
-  if (CpuHasAvx2()) return body.template operator()<avx2::Vec>();
+  if (CpuHasAvx2()) {
+    decltype(auto) result = body.template operator()<avx2::Vec>();
+    qvi::avx2::LeaveAvx2();
+    return result;
+  }
 #endif
   return body.template operator()<BaselineVec>();
 }

@@ -77,7 +77,10 @@ void WriteStrip(FILE* stream, const StripSource& image, Pixels pixels) {
     case Pixels::Grey8: return WalkStrip<Grey8Row>(stream, image);
     case Pixels::ReversedTriplet:
 #if QVI_USE_AVX2
-      if (CpuHasAvx2()) return WalkStrip<ReversedTripletRow<avx2::Vec>>(stream, image);
+      if (CpuHasAvx2()) {
+        WalkStrip<ReversedTripletRow<avx2::Vec>>(stream, image);
+        return qvi::avx2::LeaveAvx2();
+      }
 #endif
       return WalkStrip<ReversedTripletRow<>>(stream, image);
     case Pixels::Grey16BigEndian: return WalkStrip<Grey16BigEndianRow>(stream, image);
