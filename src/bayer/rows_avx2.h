@@ -193,13 +193,23 @@ QVI_AVX2_INLINE inline void Put(uint8_t* out, const Rgb* halves) {
 struct Vec {
   static constexpr uint32_t kPairsPerBlock = 16;
 
-  // Runs `block` on pairs k .. k + 15 for k = 0, 16, ...; a row with pairs
-  // left over and at least one whole block gets LastBlockOverlaps: one more
-  // block ending at the last pair, which rewrites some pixels with the values
-  // they already have (each depends on the source alone) and reads nothing
-  // those pairs would not.  Returns the pairs done.
-  template <class Block>
-  QVI_AVX2 static uint32_t Blocks(uint32_t count, const Block& block) {
+  // Writes pairs k .. k + 15 for k = 0, 16, ..., the colours of the 16 (or,
+  // with 16-bit lanes, twice 16) pixels from column x given by `at(x)`.  A
+  // row with pairs left over and at least one whole block gets
+  // LastBlockOverlaps: one more block ending at the last pair, which
+  // rewrites some pixels with the values they already have (each depends on
+  // the source alone) and reads nothing those pairs would not.  Returns the
+  // pairs done.
+  template <class M, class At>
+  QVI_AVX2 static uint32_t Blocks(uint8_t* out, uint32_t count, const At& at) {
+    constexpr bool kWords = LanesOf<M::kDepth>::kLanes == 16;
+    const auto block = [&](uint32_t k) QVI_AVX2_INLINE {
+      const uint32_t x = 2 * k + 1;
+      Rgb v[2];
+      v[0] = at(x);
+      v[1] = kWords ? at(x + 16) : v[0];
+      Put<M::kPacking, kWords>(out + uint64_t{x} * Packer<M::kPacking>::kBytes, v);
+    };
     uint32_t k = 0;
     for (; count - k >= kPairsPerBlock; k += kPairsPerBlock) block(k);
     if (k < count && count >= kPairsPerBlock) {
@@ -215,14 +225,8 @@ struct Vec {
     using L = LanesOf<M::kDepth>;
     if (!L::Usable(a)) return 0;
     const L l(a);
-    const auto block = [&](uint32_t k) QVI_AVX2_INLINE {
-      const uint32_t x = 2 * k + 1;
-      Rgb v[2];
-      v[0] = PairRules<M, Row>::Dup(l, here, other, x);
-      v[1] = L::kLanes == 16 ? PairRules<M, Row>::Dup(l, here, other, x + 16) : v[0];
-      Put<M::kPacking, L::kLanes == 16>(out + uint64_t{x} * Packer<M::kPacking>::kBytes, v);
-    };
-    return Blocks(count, block);
+    return Blocks<M>(out, count,
+                     [&](uint32_t x) QVI_AVX2_INLINE { return PairRules<M, Row>::Dup(l, here, other, x); });
   }
 
   template <class M, class Row>
@@ -231,14 +235,8 @@ struct Vec {
     using L = LanesOf<M::kDepth>;
     if (!L::Usable(a)) return 0;
     const L l(a);
-    const auto block = [&](uint32_t k) QVI_AVX2_INLINE {
-      const uint32_t x = 2 * k + 1;
-      Rgb v[2];
-      v[0] = PairRules<M, Row>::Mean(l, above, here, below, x);
-      v[1] = L::kLanes == 16 ? PairRules<M, Row>::Mean(l, above, here, below, x + 16) : v[0];
-      Put<M::kPacking, L::kLanes == 16>(out + uint64_t{x} * Packer<M::kPacking>::kBytes, v);
-    };
-    return Blocks(count, block);
+    return Blocks<M>(out, count,
+                     [&](uint32_t x) QVI_AVX2_INLINE { return PairRules<M, Row>::Mean(l, above, here, below, x); });
   }
 };
 

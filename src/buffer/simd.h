@@ -44,7 +44,21 @@
 #define QVI_USE_AVX2 0
 #endif
 
+// A subsystem's default vector policy: BestVec (a tag, not a policy: the
+// walker chooses AVX2 or SSE2 on each call) where AVX2 kernels are built,
+// else its SSE2 policy, else its portable one.  A macro so that a build
+// without SSE2 never names the SSE2 policy.
+#if QVI_USE_AVX2
+#define QVI_DEFAULT_VEC(sse2_vec, no_vec) ::qvi::BestVec
+#elif QVI_USE_SSE2
+#define QVI_DEFAULT_VEC(sse2_vec, no_vec) sse2_vec
+#else
+#define QVI_DEFAULT_VEC(sse2_vec, no_vec) no_vec
+#endif
+
 namespace qvi {
+
+struct BestVec;
 
 #if QVI_HAVE_AVX2
 inline bool CpuHasAvx2() { return __builtin_cpu_supports("avx2"); }

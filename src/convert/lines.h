@@ -139,7 +139,7 @@ void WalkRoute(const buffer::ConversionPair& p) {
 #if QVI_HAVE_AVX2
     using R = Reader<S>;
     using W = Writer<D>;
-    if constexpr (avx2::Vec::kPixels<R, W> || avx2::Vec::kPairs<R, W>) {
+    if constexpr (sse2::kLineKernel<R, W> != sse2::LineKernel::kNone) {
       if (CpuHasAvx2()) {
         WalkLines<typename RouteLine<S, D, avx2::Vec>::type>(p);
         return qvi::avx2::LeaveAvx2();

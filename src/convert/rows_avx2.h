@@ -21,6 +21,8 @@ using sse2::k565;
 using sse2::kBytes24;
 using sse2::kBytes32;
 using sse2::kGreySource;
+using sse2::kLineKernel;
+using sse2::LineKernel;
 
 inline constexpr uint32_t kBlock = 32;
 
@@ -196,35 +198,18 @@ QVI_AVX2 uint32_t Yuv422Rows(const uint8_t* s, uint8_t* d, uint32_t w) {
 }
 
 struct Vec {
-  // Whether a pair of reader and writer has a kernel here.
-  template <class R, class W>
-  static constexpr bool kPixels =
-      (kGreySource<R> && (std::is_same_v<W, Writer<Fmt::Y8>> || kBytes24<W> || kBytes32<W>)) ||
-      (std::is_same_v<R, Reader<Fmt::BGR24>> && (kBytes24<W> || kBytes32<W> || k565<W> || k555<W>)) ||
-      (std::is_same_v<R, Reader<Fmt::BGRX32>> && std::is_same_v<W, Writer<Fmt::BGR24>>);
-  template <class R, class W>
-  static constexpr bool kPairs = std::is_same_v<R, Reader<Fmt::YUV422>> && (kBytes24<W> || kBytes32<W>);
-
   template <class R, class W>
   QVI_AVX2 static uint32_t Pixels(const uint8_t* s, uint8_t* d, uint32_t w) {
-    if constexpr (kGreySource<R> && (std::is_same_v<W, Writer<Fmt::Y8>> || kBytes24<W> || kBytes32<W>)) {
-      return GreyRows<R, W>(s, d, w);
-    } else if constexpr (std::is_same_v<R, Reader<Fmt::BGR24>> && (kBytes24<W> || kBytes32<W> || k565<W> || k555<W>)) {
-      return Bgr24Rows<W>(s, d, w);
-    } else if constexpr (std::is_same_v<R, Reader<Fmt::BGRX32>> && std::is_same_v<W, Writer<Fmt::BGR24>>) {
-      return ReversedBgrx32Rows(s, d, w);
-    } else {
-      return 0;
-    }
+    constexpr LineKernel kKernel = kLineKernel<R, W>;
+    if constexpr (kKernel == LineKernel::kGrey) return GreyRows<R, W>(s, d, w);
+    if constexpr (kKernel == LineKernel::kBgr24) return Bgr24Rows<W>(s, d, w);
+    if constexpr (kKernel == LineKernel::kReversedBgrx32) return ReversedBgrx32Rows(s, d, w);
+    if constexpr (kKernel == LineKernel::kYuv422) return Yuv422Rows<W>(s, d, w);
+    return 0;
   }
-
   template <class R, class W>
   QVI_AVX2 static uint32_t Pairs(const uint8_t* s, uint8_t* d, uint32_t w) {
-    if constexpr (kPairs<R, W>) {
-      return Yuv422Rows<W>(s, d, w);
-    } else {
-      return 0;
-    }
+    return Pixels<R, W>(s, d, w);
   }
 };
 

@@ -40,6 +40,18 @@ inline constexpr bool k555 = std::is_base_of_v<Packed555Writer<true>, W> || std:
 template <class R>
 inline constexpr bool kGreySource = std::is_same_v<R, Reader<Fmt::Y8>> || requires { R::kSignificantBits; };
 
+// The line kernel a pair of reader and writer has, if any; the SSE2 and
+// AVX2 policies have the same set.
+enum class LineKernel { kNone, kGrey, kBgr24, kReversedBgrx32, kYuv422 };
+template <class R, class W>
+inline constexpr LineKernel kLineKernel =
+    kGreySource<R> && (std::is_same_v<W, Writer<Fmt::Y8>> || kBytes24<W> || kBytes32<W>) ? LineKernel::kGrey
+    : std::is_same_v<R, Reader<Fmt::BGR24>> && (kBytes24<W> || kBytes32<W> || k565<W> || k555<W>)
+        ? LineKernel::kBgr24
+    : std::is_same_v<R, Reader<Fmt::BGRX32>> && std::is_same_v<W, Writer<Fmt::BGR24>> ? LineKernel::kReversedBgrx32
+    : std::is_same_v<R, Reader<Fmt::YUV422>> && (kBytes24<W> || kBytes32<W>) ? LineKernel::kYuv422
+                                                                              : LineKernel::kNone;
+
 // Sixteen grey values from the pixels at s: Grey8::grey8() or DeepGrey<N>::grey8().
 template <class R>
 __m128i GreyBytes(const uint8_t* s) {
@@ -182,24 +194,16 @@ uint32_t Yuv422Rows(const uint8_t* s, uint8_t* d, uint32_t w) {
 struct Vec {
   template <class R, class W>
   static uint32_t Pixels(const uint8_t* s, uint8_t* d, uint32_t w) {
-    if constexpr (kGreySource<R> && (std::is_same_v<W, Writer<Fmt::Y8>> || kBytes24<W> || kBytes32<W>)) {
-      return GreyRows<R, W>(s, d, w);
-    } else if constexpr (std::is_same_v<R, Reader<Fmt::BGR24>> && (kBytes24<W> || kBytes32<W> || k565<W> || k555<W>)) {
-      return Bgr24Rows<W>(s, d, w);
-    } else if constexpr (std::is_same_v<R, Reader<Fmt::BGRX32>> && std::is_same_v<W, Writer<Fmt::BGR24>>) {
-      return ReversedBgrx32Rows(s, d, w);
-    } else {
-      return 0;
-    }
+    constexpr LineKernel kKernel = kLineKernel<R, W>;
+    if constexpr (kKernel == LineKernel::kGrey) return GreyRows<R, W>(s, d, w);
+    if constexpr (kKernel == LineKernel::kBgr24) return Bgr24Rows<W>(s, d, w);
+    if constexpr (kKernel == LineKernel::kReversedBgrx32) return ReversedBgrx32Rows(s, d, w);
+    if constexpr (kKernel == LineKernel::kYuv422) return Yuv422Rows<W>(s, d, w);
+    return 0;
   }
-
   template <class R, class W>
   static uint32_t Pairs(const uint8_t* s, uint8_t* d, uint32_t w) {
-    if constexpr (std::is_same_v<R, Reader<Fmt::YUV422>> && (kBytes24<W> || kBytes32<W>)) {
-      return Yuv422Rows<W>(s, d, w);
-    } else {
-      return 0;
-    }
+    return Pixels<R, W>(s, d, w);
   }
 };
 

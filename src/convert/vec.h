@@ -29,17 +29,8 @@ struct NoVec {
   }
 };
 
-// Not a policy: names the choice, per call, of the AVX2 kernel where the
-// route has one and the processor has AVX2, of the SSE2 one elsewhere
-// (WalkRoute in lines.h).
-struct BestVec;
-
-#if QVI_USE_AVX2
-using DefaultVec = BestVec;
-#elif QVI_USE_SSE2
-using DefaultVec = sse2::Vec;
-#else
-using DefaultVec = NoVec;
-#endif
+// BestVec: the AVX2 kernel where the route has one and the processor has
+// AVX2, the SSE2 one elsewhere (WalkRoute in lines.h).
+using DefaultVec = QVI_DEFAULT_VEC(sse2::Vec, NoVec);
 
 }  // namespace qvi::convert
