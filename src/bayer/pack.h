@@ -13,54 +13,42 @@
 
 namespace qvi::bayer {
 
+// Three bytes, red first or blue first, in a pixel of kBytes bytes (a fourth
+// byte is the X byte: never written).
+template <bool kRedFirst, uint32_t kPixelBytes>
+struct BytePacker {
+  static constexpr uint32_t kBytes = kPixelBytes;
+  static void Store(uint8_t* d, uint32_t r, uint32_t g, uint32_t b) {
+    d[0] = static_cast<uint8_t>(kRedFirst ? r : b);
+    d[1] = static_cast<uint8_t>(g);
+    d[2] = static_cast<uint8_t>(kRedFirst ? b : r);
+  }
+};
+
+// A 5:6:5 word, red or blue in the high field; the low field goes in unmasked.
+template <bool kRedHigh>
+struct WordPacker {
+  static constexpr uint32_t kBytes = 2;
+  static void Store(uint8_t* d, uint32_t r, uint32_t g, uint32_t b) {
+    const uint32_t high = kRedHigh ? r : b, low = kRedHigh ? b : r;
+    Store16(d, ((high << 8) & 0xF800u) | ((g << 3) & 0x07E0u) | (low >> 3));
+    // LowFieldUnmasked: the low field is ORed in whole, so bits of an
+    // oversized value above its five run into green and red.
+  }
+};
+
 template <Packing P>
 struct Packer;
-
 template <>
-struct Packer<Packing::RGBX32> {
-  static constexpr uint32_t kBytes = 4;
-  static void Store(uint8_t* d, uint32_t r, uint32_t g, uint32_t b) {
-    d[0] = static_cast<uint8_t>(r);
-    d[1] = static_cast<uint8_t>(g);
-    d[2] = static_cast<uint8_t>(b);  // d[3] keeps what the destination held
-  }
-};
-
+struct Packer<Packing::RGBX32> : BytePacker<true, 4> {};
 template <>
-struct Packer<Packing::BGRX32> {
-  static constexpr uint32_t kBytes = 4;
-  static void Store(uint8_t* d, uint32_t r, uint32_t g, uint32_t b) {
-    d[0] = static_cast<uint8_t>(b);
-    d[1] = static_cast<uint8_t>(g);
-    d[2] = static_cast<uint8_t>(r);  // d[3] keeps what the destination held
-  }
-};
-
+struct Packer<Packing::BGRX32> : BytePacker<false, 4> {};
 template <>
-struct Packer<Packing::BGR24> {
-  static constexpr uint32_t kBytes = 3;
-  static void Store(uint8_t* d, uint32_t r, uint32_t g, uint32_t b) {
-    d[0] = static_cast<uint8_t>(b);
-    d[1] = static_cast<uint8_t>(g);
-    d[2] = static_cast<uint8_t>(r);
-  }
-};
-
+struct Packer<Packing::BGR24> : BytePacker<false, 3> {};
 template <>
-struct Packer<Packing::RGB16> {
-  static constexpr uint32_t kBytes = 2;
-  static void Store(uint8_t* d, uint32_t r, uint32_t g, uint32_t b) {
-    Store16(d, ((r << 8) & 0xF800u) | ((g << 3) & 0x07E0u) | (b >> 3));  // blue unmasked
-  }
-};
-
+struct Packer<Packing::RGB16> : WordPacker<true> {};
 template <>
-struct Packer<Packing::BGR16> {
-  static constexpr uint32_t kBytes = 2;
-  static void Store(uint8_t* d, uint32_t r, uint32_t g, uint32_t b) {
-    Store16(d, ((b << 8) & 0xF800u) | ((g << 3) & 0x07E0u) | (r >> 3));  // red unmasked
-  }
-};
+struct Packer<Packing::BGR16> : WordPacker<false> {};
 
 // Stores a pixel given as the colour of its row's red or blue samples, green,
 // and the other of red and blue; Row says which is which.
