@@ -21,28 +21,18 @@
 
 namespace qvi::bayer {
 
-// The four-neighbour rule of a red or blue site inside the image.
+// The four-neighbour rule of a red or blue site inside the image: the mean
+// of the four, or the mean of the middle two, the median pairing (N, W) with
+// (S, E) and (NW, NE) with (SW, SE).
 template <Method M>
-struct Combine4;
-
-template <>
-struct Combine4<Method::ave> {
+struct Combine4 {
   template <class A>
-  static uint32_t Green(const A& a, uint32_t n, uint32_t s, uint32_t w, uint32_t e) { return a.Mean4(n, s, w, e); }
-  template <class A>
-  static uint32_t Diagonal(const A& a, uint32_t nw, uint32_t ne, uint32_t sw, uint32_t se) {
-    return a.Mean4(nw, ne, sw, se);
+  static uint32_t Green(const A& a, uint32_t n, uint32_t s, uint32_t w, uint32_t e) {
+    return M == Method::ave ? a.Mean4(n, s, w, e) : a.Med4(n, w, s, e);
   }
-};
-
-// Median pairs: (N, W) with (S, E), and (NW, NE) with (SW, SE).
-template <>
-struct Combine4<Method::med> {
-  template <class A>
-  static uint32_t Green(const A& a, uint32_t n, uint32_t s, uint32_t w, uint32_t e) { return a.Med4(n, w, s, e); }
   template <class A>
   static uint32_t Diagonal(const A& a, uint32_t nw, uint32_t ne, uint32_t sw, uint32_t se) {
-    return a.Med4(nw, ne, sw, se);
+    return M == Method::ave ? a.Mean4(nw, ne, sw, se) : a.Med4(nw, ne, sw, se);
   }
 };
 
