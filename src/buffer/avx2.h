@@ -35,7 +35,7 @@ struct Quads {
 // 8-15 and 24-31; picking other halves in the last step saves putting them
 // in order first.
 template <bool kPacked = false>
-QVI_AVX2 Quads Interleave4(__m256i c0, __m256i c1, __m256i c2, __m256i c3) {
+QVI_AVX2_INLINE inline Quads Interleave4(__m256i c0, __m256i c1, __m256i c2, __m256i c3) {
   const __m256i lo01 = _mm256_unpacklo_epi8(c0, c1), hi01 = _mm256_unpackhi_epi8(c0, c1);
   const __m256i lo23 = _mm256_unpacklo_epi8(c2, c3), hi23 = _mm256_unpackhi_epi8(c2, c3);
   // In order: 0-3 16-19, 4-7 20-23, 8-11 24-27, 12-15 28-31.
@@ -51,7 +51,7 @@ QVI_AVX2 Quads Interleave4(__m256i c0, __m256i c1, __m256i c2, __m256i c3) {
   }
 }
 template <bool kPacked = false>
-QVI_AVX2 Quads Interleave(__m256i c0, __m256i c1, __m256i c2) {
+QVI_AVX2_INLINE inline Quads Interleave(__m256i c0, __m256i c1, __m256i c2) {
   return Interleave4<kPacked>(c0, c1, c2, _mm256_setzero_si256());
 }
 
@@ -140,7 +140,7 @@ QVI_AVX2 Quads Load24(const uint8_t* in) {
 // bytes at kOffset (0 or 1); the fourth byte of each keeps its value.
 // (kPlaced: the colours already stand at kOffset.)
 template <uint32_t kOffset, bool kPlaced = false>
-QVI_AVX2 void Store32KeepingX(uint8_t* out, const Quads& p) {
+QVI_AVX2_INLINE inline void Store32KeepingX(uint8_t* out, const Quads& p) {
   static_assert(kOffset == 0 || kOffset == 1);
   const __m256i x = _mm256_set1_epi32(kOffset == 0 ? static_cast<int>(0xFF000000u) : 0xFF);
   // The old pixels are read before they are written: asking for the next
