@@ -7,16 +7,12 @@
 #include <stdlib.h>
 
 #include <atomic>
-#include <filesystem>
-#include <fstream>
 #include <functional>
-#include <iterator>
-#include <string>
 #include <thread>
-#include <vector>
 
 #include "support/demosaic_members.h"
 #include "support/qvb_buffer.h"
+#include "support/scratch_dir.h"
 
 namespace qvi::test {
 namespace {
@@ -26,28 +22,23 @@ struct Image {
 };
 
 // One piece of work: a call on a source and a destination buffer (and a
-// file path, for the writers).  Its result is the status, the destination's
-// bytes and the file's bytes.
+// file path, for the writers), with the source's demosaic parameters.  Its
+// result is the status, the destination's bytes and the file's bytes.
+using Call = std::function<Status(BufferHandle src, BufferHandle dst, const char* path)>;
 struct Work {
   std::string name;
   Image src, dst;
-  std::function<Status(BufferHandle src, BufferHandle dst, const std::string& path)> call;
-  uint32_t method = 0, phase = 0;  // the source's demosaic parameters
+  Call call;
+  uint32_t method = 0, phase = 0;
 };
 
-std::vector<uint8_t> ReadFile(const std::string& path) {
-  std::ifstream in(path, std::ios::binary);
-  return {std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
-}
-
 std::vector<Work> Works() {
-  const auto convert = [](BufferHandle s, BufferHandle d, const std::string&) { return QVI_Convert(s, d); };
-  const auto field = [](FieldToFrameMethod m) {
-    return [m](BufferHandle s, BufferHandle d, const std::string&) { return QVI_FieldToFrame(s, d, m, 1); };
+  const Call convert = [](BufferHandle s, BufferHandle d, const char*) { return QVI_Convert(s, d); };
+  const auto field = [](FieldToFrameMethod m) -> Call {
+    return [m](BufferHandle s, BufferHandle d, const char*) { return QVI_FieldToFrame(s, d, m, 1); };
   };
-  const auto file = [](FileKind kind) {
-    return [kind](BufferHandle s, BufferHandle, const std::string& path) { return QVI_FileWrite(s, path.c_str(), kind); };
-  };
+  const auto file = [](FileKind k) -> Call { return [k](BufferHandle s, BufferHandle, const char* p) { return QVI_FileWrite(s, p, k); }; };
+  const Image none = {FMT_Y8, 1, 1, 1};
   std::vector<Work> works = {
       {"Y8 to BGRX32", {FMT_Y8, 61, 9, 64}, {FMT_BGRX32, 61, 9, 248}, convert},
       {"Y12 to RGB16", {FMT_Y12, 40, 8, 81}, {FMT_RGB16, 40, 8, 80}, convert},
@@ -56,22 +47,22 @@ std::vector<Work> Works() {
       {"Y12P to RGB24", {FMT_Y12P, 30, 6, 48}, {FMT_RGB24, 30, 6, 90}, convert},
       {"RGB30 to RGB48", {FMT_RGB30, 20, 5, 84}, {FMT_RGB48, 20, 5, 120}, convert},
       {"Y16 block copy", {FMT_Y16, 24, 6, 50}, {FMT_Y16, 24, 6, 50}, convert},
-      {"BAY8 to BGR24 ave B", {FMT_BAY8, 37, 9, 40}, {FMT_BGR24, 37, 9, 111}, convert, DEMOSAIC_METHOD_AVE, BAYER_PHASE_B},
-      {"BAY12 to RGB16 med C", {FMT_BAY12, 31, 8, 63}, {FMT_RGB16, 31, 8, 62}, convert, DEMOSAIC_METHOD_MED, BAYER_PHASE_C},
-      {"BAY16 to RGBX32 dup D", {FMT_BAY16, 16, 6, 32}, {FMT_RGBX32, 16, 6, 64}, convert, DEMOSAIC_METHOD_DUP, BAYER_PHASE_D},
+      {"BAY8 ave B", {FMT_BAY8, 37, 9, 40}, {FMT_BGR24, 37, 9, 111}, convert, DEMOSAIC_METHOD_AVE, BAYER_PHASE_B},
+      {"BAY12 med C", {FMT_BAY12, 31, 8, 63}, {FMT_RGB16, 31, 8, 62}, convert, DEMOSAIC_METHOD_MED, BAYER_PHASE_C},
+      {"BAY16 dup D", {FMT_BAY16, 16, 6, 32}, {FMT_RGBX32, 16, 6, 64}, convert, DEMOSAIC_METHOD_DUP, BAYER_PHASE_D},
       {"line duplication", {FMT_Y8, 50, 6, 52}, {FMT_Y8, 50, 12, 52}, field(FIELD_TO_FRAME_LINE_DUP)},
       {"line averaging", {FMT_BGR24, 17, 6, 51}, {FMT_BGR24, 17, 12, 51}, field(FIELD_TO_FRAME_LINE_AVE)},
       {"bilinear", {FMT_YUV422, 16, 7, 34}, {FMT_YUV422, 16, 14, 34}, field(FIELD_TO_FRAME_BILINEAR)},
       {"median", {FMT_XBGR32, 12, 6, 48}, {FMT_XBGR32, 12, 12, 48}, field(FIELD_TO_FRAME_MEDIAN)},
-      {"raw file", {FMT_Y8, 45, 7, 48}, {FMT_Y8, 1, 1, 1}, file(FILE_KIND_RAW)},
-      {"TIFF file", {FMT_BGR24, 21, 5, 64}, {FMT_Y8, 1, 1, 1}, file(FILE_KIND_TIFF)},
+      {"raw file", {FMT_Y8, 45, 7, 48}, none, file(FILE_KIND_RAW)},
+      {"TIFF file", {FMT_BGR24, 21, 5, 64}, none, file(FILE_KIND_TIFF)},
   };
   // Every seventh demosaic member, called directly.
   for (size_t i = 0; i < DemosaicMembers().size(); i += 7) {
     const DemosaicMember& m = DemosaicMembers()[i];
     works.push_back({m.name, {m.source_format(), 23, 7, 24 * m.sample_bytes() + 1},
                      {m.destination_format(), 23, 7, 23 * m.pixel_bytes() + 2},
-                     [&m](BufferHandle s, BufferHandle d, const std::string&) { return m.call(s, d, 12); }});
+                     [&m](BufferHandle s, BufferHandle d, const char*) { return m.call(s, d, 12); }});
   }
   return works;
 }
@@ -89,43 +80,31 @@ Result Perform(const Work& w, const std::string& path) {
   const QvbBuffer d(dst.data(), w.dst.format, w.dst.width, w.dst.height, w.dst.stride);
   s.Set(BUF_PARAM_DEMOSAIC_METHOD, w.method);
   s.Set(BUF_PARAM_BAYER_PHASE, w.phase);
-  Result r{w.call(s.handle(), d.handle(), path), std::move(dst), {}};
-  r.file = ReadFile(path);
+  const Status status = w.call(s.handle(), d.handle(), path.c_str());
+  Result r{status, std::move(dst), ReadFile(path)};
   std::filesystem::remove(path);
   return r;
 }
 
-class Concurrency : public ::testing::Test {
- protected:
-  void SetUp() override {
-    const char* base = std::getenv("TMPDIR");
-    dir_ = std::string(base != nullptr && *base != '\0' ? base : "/tmp") + "/qvi-threads-XXXXXX";
-    ASSERT_NE(mkdtemp(dir_.data()), nullptr);
-  }
-  void TearDown() override { std::filesystem::remove_all(dir_); }
-  std::string dir_;
-};
-
-TEST_F(Concurrency, ThreadsGetWhatOneThreadGets) {
+TEST(Concurrency, ThreadsGetWhatOneThreadGets) {
+  std::string dir = ::testing::TempDir() + "qvi-threads-XXXXXX";
+  ASSERT_NE(mkdtemp(dir.data()), nullptr);
   const std::vector<Work> works = Works();
   std::vector<Result> expected;
   for (const Work& w : works) {
-    expected.push_back(Perform(w, dir_ + "/alone"));
+    expected.push_back(Perform(w, dir + "/alone"));
     EXPECT_EQ(expected.back().status, STATUS_OK) << w.name;
   }
 
-  constexpr int kThreads = 4, kRounds = 25;
+  // Four threads, 25 rounds each, each starting at another work.
   std::atomic<int> mismatches{0};
   std::atomic<bool> done{false};
   std::vector<std::thread> threads;
-  for (int t = 0; t < kThreads; ++t) {
+  for (size_t t = 0; t < 4; ++t) {
     threads.emplace_back([&, t] {
-      const std::string path = dir_ + "/thread" + std::to_string(t);
-      for (int round = 0; round < kRounds; ++round) {
-        for (size_t i = 0; i < works.size(); ++i) {
-          const size_t k = (i + static_cast<size_t>(t) * 5) % works.size();  // threads at different works
-          if (!(Perform(works[k], path) == expected[k])) ++mismatches;
-        }
+      for (size_t i = 0; i < 25 * works.size(); ++i) {
+        const size_t k = (i + t * 5) % works.size();
+        if (!(Perform(works[k], dir + "/thread" + std::to_string(t)) == expected[k])) ++mismatches;
       }
     });
   }
@@ -145,6 +124,7 @@ TEST_F(Concurrency, ThreadsGetWhatOneThreadGets) {
   done = true;
   churn.join();
   EXPECT_EQ(mismatches.load(), 0);
+  std::filesystem::remove_all(dir);
 }
 
 }  // namespace
