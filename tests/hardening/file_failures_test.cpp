@@ -26,13 +26,8 @@ TEST_F(FileFailures, ThousandsOfFailingCallsLeaveNoDescriptorOpen) {
   ASSERT_GE(reader, 0);
   TestImage small(FMT_Y8, 4, 4, 4), large(FMT_Y8, 256, 256, 256), grey16(FMT_Y16, 4, 4, 8),
       unknown(FMT_BGRX32, 4, 4, 16), colour(FMT_BGR24, 4, 4, 12);
-  const struct {
-    const TestImage& image;
-    FileKind kind;
-    std::string path;
-    Status status;
-  } cases[] = {
-      {small, FILE_KIND_RAW, Path("missing/x"), STATUS_OPEN_FAILED},
+  const auto cases = {
+      std::tuple<const TestImage&, FileKind, std::string, Status>{small, FILE_KIND_RAW, Path("missing/x"), STATUS_OPEN_FAILED},
       {small, FILE_KIND_TIFF, dir_, STATUS_OPEN_FAILED},  // a directory
       {small, FILE_KIND_RAW, "/dev/full", STATUS_CLOSE_FAILED},
       {large, FILE_KIND_RAW, "/dev/full", STATUS_WRITE_FAILED},
@@ -45,8 +40,8 @@ TEST_F(FileFailures, ThousandsOfFailingCallsLeaveNoDescriptorOpen) {
   const auto before = descriptors();
   char drain[4096];
   for (int round = 0; round < 1000; ++round) {
-    for (const auto& c : cases) {
-      ASSERT_EQ(QVI_FileWrite(c.image.handle(), c.path.c_str(), c.kind), c.status) << c.path << " round " << round;
+    for (const auto& [image, kind, path, status] : cases) {
+      ASSERT_EQ(QVI_FileWrite(image.handle(), path.c_str(), kind), status) << path << " round " << round;
     }
     while (read(reader, drain, sizeof drain) > 0) {
     }
