@@ -43,12 +43,11 @@ void Run(FuzzInput& in) {
   in.Fill(memory.data(), memory.size());
   test::QvbBuffer buffer(faults & 1 ? nullptr : memory.data(), format, w, h, stride);
 
+  // Mostly the file; else in a missing directory, a directory, a name too long.
   const std::string& dir = kScratch.path;
   const std::string file = dir + "/image";
-  std::string path = file;
-  if (where == 5) path = dir + "/missing/image";
-  if (where == 6) path = dir;  // a directory cannot be opened for writing
-  if (where == 7) path = dir + "/" + std::string(300, 'x');  // a name too long
+  const std::string paths[] = {file, dir + "/missing/image", dir, dir + "/" + std::string(300, 'x')};
+  const std::string& path = paths[where < 5 ? 0 : where - 4];
   const BufferHandle handle = faults & 2 ? kGone : buffer.handle();
   const std::vector<uint8_t> before = Bytes(memory);
   const int lowest_free = LowestFreeDescriptor();
@@ -64,23 +63,16 @@ void Run(FuzzInput& in) {
   Check(LowestFreeDescriptor() == lowest_free, "a descriptor was left open", status);
   const bool grey = format == FMT_Y8;
   const long long tiff_size = (grey ? 186 : 204) + static_cast<long long>(w) * h * (grey ? 1 : 3);
-  switch (status) {
-    case STATUS_OK:
-      Check(path == file, "success without a file");
-      Check(size == (kind == FILE_KIND_RAW ? static_cast<long long>(uint64_t{h} * stride) : tiff_size), "size", size);
-      break;
-    case STATUS_BAD_FORMAT:
-      Check(path != file || size == 8, "an unknown format left more than the header", size);
-      break;
-    case STATUS_BAD_BUFFER:
-      Check(size == -1 || (format == FMT_Y16 && size == 130), "a refused buffer left a file", size);
-      break;
-    case STATUS_BAD_PARAMETER:
-    case STATUS_OPEN_FAILED:
-      Check(size == -1, "a refused kind or an open failure left a file");
-      break;
-    default:
-      Check(false, "undocumented status", status);
+  const long long raw_size = static_cast<long long>(uint64_t{h} * stride);
+  if (status == STATUS_OK) {
+    Check(path == file && size == (kind == FILE_KIND_RAW ? raw_size : tiff_size), "size of a written file", size);
+  } else if (status == STATUS_BAD_FORMAT) {
+    Check(path != file || size == 8, "an unknown format left more than the header", size);
+  } else if (status == STATUS_BAD_BUFFER) {
+    Check(size == -1 || (format == FMT_Y16 && size == 130), "a refused buffer left a file", size);
+  } else {
+    Check(status == STATUS_BAD_PARAMETER || status == STATUS_OPEN_FAILED, "undocumented status", status);
+    Check(size == -1, "a refused kind or an open failure left a file");
   }
 }
 

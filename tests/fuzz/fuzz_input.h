@@ -4,8 +4,6 @@
 // and checks that abort with a message.
 #pragma once
 
-#include <cstddef>
-#include <cstdint>
 #include <cstdio>
 #include <cstdlib>
 #include <vector>
@@ -15,7 +13,6 @@
 
 namespace qvi::fuzz {
 
-using test::Fence;
 using test::FencedMemory;
 
 // A handle the buffer library never hands out.
@@ -27,12 +24,9 @@ class FuzzInput {
 
   // The next byte, 0 once the input is used up; a word is its low byte first.
   uint8_t Byte() { return pos_ < size_ ? data_[pos_++] : 0; }
-  uint32_t Word() {
-    const uint32_t low = Byte();
-    return low | uint32_t{Byte()} << 8;
-  }
+  uint32_t Word() { const uint32_t low = Byte(); return low | uint32_t{Byte()} << 8; }
   uint32_t Below(uint32_t n) { return Word() % n; }
-  Fence PickFence() { return Byte() & 1 ? Fence::BeforeStart : Fence::AfterEnd; }
+  test::Fence PickFence() { return Byte() & 1 ? test::Fence::BeforeStart : test::Fence::AfterEnd; }
 
   // A stride for lines of `line` bytes: the line with a little padding (odd
   // amounts too), exactly the line, shorter than the line, or any small value.
@@ -54,23 +48,19 @@ class FuzzInput {
 };
 
 inline void Check(bool ok, const char* what, unsigned long long detail = 0) {
-  if (ok) return;
-  std::fprintf(stderr, "qvi fuzz check failed: %s (%llu)\n", what, detail);
-  std::abort();
+  if (!ok) std::fprintf(stderr, "qvi fuzz check failed: %s (%llu)\n", what, detail), std::abort();
 }
 
 // The bytes of `m` now: taken before a call, compared after it to show that
 // the call left them alone.
 inline std::vector<uint8_t> Bytes(const FencedMemory& m) { return {m.data(), m.data() + m.size()}; }
 
+// Each harness makes its calls and checks in Run, called by the entry point
+// libFuzzer (or the replay driver) calls with each input.
+void Run(FuzzInput& in);
+
 }  // namespace qvi::fuzz
 
-// The entry point libFuzzer (or the replay driver) calls with each input:
-// each harness, one file per program, defines Run to make its calls and
-// checks.
-namespace qvi::fuzz {
-void Run(FuzzInput& in);
-}
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   qvi::fuzz::FuzzInput in(data, size);
   qvi::fuzz::Run(in);

@@ -9,6 +9,7 @@
 
 #include <random>
 
+#include "hardening/convert_reach.h"
 #include "support/demosaic_members.h"
 #include "support/fenced_image.h"
 #include "support/image.h"
@@ -24,11 +25,6 @@ class GuardPages : public FileTest, public ::testing::WithParamInterface<Fence> 
   std::mt19937 rng_;
 };
 
-// Bytes one source line of width w occupies (pairs for the packed formats).
-uint32_t SourceLineBytes(Fmt f, uint32_t w) {
-  return f == Fmt::Y12P ? (3 * w + 1) / 2 : f == Fmt::YUV422 ? (w + 1) / 2 * 4 : w * BytesPerPixel(f);
-}
-
 TEST_P(GuardPages, Conversions) {
   const uint32_t methods[] = {DEMOSAIC_METHOD_DUP, DEMOSAIC_METHOD_AVE, DEMOSAIC_METHOD_MED};
   const uint32_t phases[] = {BAYER_PHASE_A, BAYER_PHASE_B, BAYER_PHASE_C, BAYER_PHASE_D};
@@ -41,13 +37,8 @@ TEST_P(GuardPages, Conversions) {
       // RGBX32 takes only duplication, BGR16 only duplication in phase A.
       const uint32_t method = r.dst == Fmt::RGBX32 || r.dst == Fmt::BGR16 ? methods[0] : methods[trial % 3];
       const uint32_t phase = r.dst == Fmt::BGR16 ? phases[0] : phases[Below(4)];
-      uint32_t slack = 0;
-      if (r.bayer) {
-        const bool ahead = r.dst == Fmt::RGB16 && method == DEMOSAIC_METHOD_MED && phase == BAYER_PHASE_C;
-        const uint32_t over = DemosaicOverReadSamples(method != DEMOSAIC_METHOD_DUP, ahead, w, h);
-        slack = static_cast<uint32_t>(DemosaicSourceBytes(w, h, src_stride, r.src == Fmt::BAY8 ? 1 : 2, over) -
-                                      uint64_t{src_stride} * h);
-      }
+      const uint64_t src_bytes = ConvertSourceBytes(r.src, r.dst, method, phase, w, h, src_stride);
+      const auto slack = static_cast<uint32_t>(src_bytes - uint64_t{src_stride} * h);
       FencedImage src(FullCode(r.src), w, h, src_stride, slack, GetParam(), 0x3C);
       src.params().method = method;
       src.params().phase = phase;
