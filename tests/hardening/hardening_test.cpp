@@ -1,12 +1,19 @@
-// Every exported operation over random geometries, each buffer placed against
-// a protected page (after its end, then before its start): any read or write
-// beyond what the operation is documented to touch faults.  Sources carry
-// exactly the documented over-read and no more.  The first trials of each
-// operation are out of contract: no width (stride 0) or no height, so every
-// buffer is zero bytes long and no byte of any may be touched; packed sources
-// of width one convert the pixel they have.
+// Hardening over the recording fake.  Every exported operation over random
+// geometries, each buffer placed against a protected page (after its end,
+// then before its start): any read or write beyond what the operation is
+// documented to touch faults.  Sources carry exactly the documented over-read
+// and no more.  The first trials of each operation are out of contract: no
+// width (stride 0) or no height, so every buffer is zero bytes long and no
+// byte of any may be touched; packed sources of width one convert the pixel
+// they have.  Then file-system failures beyond those of the file tests:
+// thousands of failing calls of every kind without a descriptor left behind,
+// and no file touched but the one named.
+#include <fcntl.h>
 #include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <unistd.h>
 
+#include <map>
 #include <random>
 
 #include "hardening/convert_reach.h"
@@ -40,8 +47,7 @@ TEST_P(GuardPages, Conversions) {
       const uint64_t src_bytes = ConvertSourceBytes(r.src, r.dst, method, phase, w, h, src_stride);
       const auto slack = static_cast<uint32_t>(src_bytes - uint64_t{src_stride} * h);
       FencedImage src(FullCode(r.src), w, h, src_stride, slack, GetParam(), 0x3C);
-      src.params().method = method;
-      src.params().phase = phase;
+      src.params().method = method, src.params().phase = phase;
       FencedImage dst(FullCode(r.dst), w, h, dst_stride, 0, GetParam());
       ASSERT_EQ(QVI_Convert(src.handle(), dst.handle()), STATUS_OK) << int(r.src) << " " << int(r.dst) << " " << w << "x" << h;
     }
@@ -96,7 +102,7 @@ TEST_P(GuardPages, Deinterlacers) {
 // The raw dump reads exactly stride x height bytes and the TIFF writer no
 // more, also for strides shorter than a line; the files have the size the
 // geometry gives (an empty dump, a bare TIFF header and directory for no
-// pixels).
+// pixels), and a refused 16-bit TIFF keeps what was written before.
 TEST_P(GuardPages, FileWriters) {
   rng_.seed(5);
   for (const auto& [format, bytes, kind] : {std::tuple{FMT_Y8, 1u, FILE_KIND_RAW}, {FMT_BGR48, 6u, FILE_KIND_RAW},
@@ -107,12 +113,9 @@ TEST_P(GuardPages, FileWriters) {
       const uint32_t stride = trial % 3 == 0 ? line : trial % 3 == 1 ? line + Below(5) : Below(line + 1);
       FencedImage image(format, w, h, stride, 0, GetParam(), 0x3C);
       SCOPED_TRACE(::testing::Message() << std::hex << format << std::dec << " " << w << "x" << h << " " << stride);
-      const Status status = QVI_FileWrite(image.handle(), Path("image").c_str(), kind);
-      ASSERT_EQ(status, format == FMT_Y16 ? STATUS_BAD_BUFFER : STATUS_OK);
-      const size_t tiff = (bytes == 1 ? 186 : 204) + size_t{w} * h * (bytes == 1 ? 1 : 3);
-      if (status == STATUS_OK) {
-        EXPECT_EQ(ReadFile(Path("image")).size(), kind == FILE_KIND_RAW ? size_t{stride} * h : tiff);
-      }
+      ASSERT_EQ(QVI_FileWrite(image.handle(), Path("image").c_str(), kind), format == FMT_Y16 ? STATUS_BAD_BUFFER : STATUS_OK);
+      const size_t tiff = format == FMT_Y16 ? 130 : (bytes == 1 ? 186 : 204) + size_t{w} * h * (bytes == 1 ? 1 : 3);
+      EXPECT_EQ(ReadFile(Path("image")).size(), kind == FILE_KIND_RAW ? size_t{stride} * h : tiff);
     }
   }
 }
@@ -129,8 +132,7 @@ TEST_P(GuardPages, PackedSourcesOfWidthOneConvertTheirPixel) {
     for (uint32_t h = 1; h <= 3; ++h) {
       for (uint32_t src_stride : {2u, 3u, 4u, 6u}) {
         for (uint32_t dst_stride : {pixel, 2 * pixel}) {
-          SCOPED_TRACE(::testing::Message() << int(r.src) << "->" << int(r.dst) << " h " << h << " strides "
-                                            << src_stride << " " << dst_stride);
+          SCOPED_TRACE(::testing::Message() << int(r.src) << "->" << int(r.dst) << " " << h << " " << src_stride << " " << dst_stride);
           FencedImage src(FullCode(r.src), 1, h, src_stride, 0, GetParam());
           for (size_t i = 0; i < src.size(); ++i) src.data()[i] = static_cast<uint8_t>(0x47 + 29 * i);
           FencedImage dst(FullCode(r.dst), 1, h, dst_stride, 0, GetParam());
@@ -151,6 +153,70 @@ TEST_P(GuardPages, PackedSourcesOfWidthOneConvertTheirPixel) {
 }
 
 INSTANTIATE_TEST_SUITE_P(Fences, GuardPages, ::testing::Values(Fence::AfterEnd, Fence::BeforeStart));
+
+using FileFailures = FileTest;
+
+// Every failure status, a thousand times over: the process ends with the
+// descriptors it started with (a leaked stream would also exhaust them and
+// change the statuses long before the end).
+TEST_F(FileFailures, ThousandsOfFailingCallsLeaveNoDescriptorOpen) {
+  if (access("/dev/full", W_OK) != 0) GTEST_SKIP() << "no /dev/full";
+  const std::string fifo = Path("pipe");
+  ASSERT_EQ(mkfifo(fifo.c_str(), 0600), 0);
+  const int reader = open(fifo.c_str(), O_RDONLY | O_NONBLOCK);
+  ASSERT_GE(reader, 0);
+  TestImage small(FMT_Y8, 4, 4, 4), large(FMT_Y8, 256, 256, 256), grey16(FMT_Y16, 4, 4, 8),
+      unknown(FMT_BGRX32, 4, 4, 16), colour(FMT_BGR24, 4, 4, 12);
+  const auto cases = {
+      std::tuple<const TestImage&, FileKind, std::string, Status>{small, FILE_KIND_RAW, Path("missing/x"), STATUS_OPEN_FAILED},
+      {small, FILE_KIND_TIFF, dir_, STATUS_OPEN_FAILED},  // a directory
+      {small, FILE_KIND_RAW, "/dev/full", STATUS_CLOSE_FAILED},
+      {large, FILE_KIND_RAW, "/dev/full", STATUS_WRITE_FAILED},
+      {colour, FILE_KIND_TIFF, "/dev/full", STATUS_CLOSE_FAILED},
+      {grey16, FILE_KIND_TIFF, Path("t"), STATUS_BAD_BUFFER},
+      {unknown, FILE_KIND_TIFF, Path("t"), STATUS_BAD_FORMAT},
+      {colour, FILE_KIND_TIFF, fifo, STATUS_BAD_BUFFER},  // no position to tell
+  };
+  const auto descriptors = [] { return std::distance(std::filesystem::directory_iterator("/proc/self/fd"), {}); };
+  const auto before = descriptors();
+  char drain[4096];
+  for (int round = 0; round < 1000; ++round) {
+    for (const auto& [image, kind, path, status] : cases) {
+      ASSERT_EQ(QVI_FileWrite(image.handle(), path.c_str(), kind), status) << path << " round " << round;
+    }
+    while (read(reader, drain, sizeof drain) > 0) {
+    }
+  }
+  EXPECT_EQ(descriptors(), before);
+  close(reader);
+}
+
+// Successful, refused and failed writes of one path in a directory with other
+// files: only that path ever appears or changes.
+TEST_F(FileFailures, NothingButTheNamedFileIsTouched) {
+  for (const auto& [name, text] : {std::pair{"a.tif", "neighbour"}, {"b.raw", "another"}, {"c", ""}}) {
+    std::ofstream(Path(name)) << text;
+  }
+  const auto listing = [this] {
+    std::map<std::string, std::pair<std::vector<uint8_t>, std::filesystem::file_time_type>> files;
+    for (const auto& e : std::filesystem::directory_iterator(dir_))
+      files[e.path().filename()] = {ReadFile(e.path()), e.last_write_time()};
+    return files;
+  };
+  const auto others = listing();
+  const std::string named = Path("image");
+  TestImage grey(FMT_Y8, 5, 3, 8, 0, 0x42), grey16(FMT_Y16, 5, 3, 10), unknown(FMT_RGB48, 5, 3, 30);
+  for (const auto& [image, kind, status] :
+       {std::tuple{&grey, FILE_KIND_RAW, STATUS_OK}, {&grey, FILE_KIND_TIFF, STATUS_OK},
+        {&grey16, FILE_KIND_TIFF, STATUS_BAD_BUFFER}, {&unknown, FILE_KIND_TIFF, STATUS_BAD_FORMAT},
+        {&grey, 7u, STATUS_BAD_PARAMETER}}) {
+    ASSERT_EQ(QVI_FileWrite(image->handle(), named.c_str(), kind), status) << kind;
+    auto now = listing();
+    EXPECT_EQ(now.erase("image"), status == STATUS_BAD_PARAMETER ? 0u : 1u) << kind;
+    EXPECT_EQ(now, others) << kind;
+    std::filesystem::remove(named);
+  }
+}
 
 }  // namespace
 }  // namespace qvi::test
