@@ -9,6 +9,7 @@
 #include <atomic>
 #include <functional>
 #include <thread>
+#include <tuple>
 
 #include "support/demosaic_members.h"
 #include "support/qvb_buffer.h"
@@ -17,17 +18,12 @@
 namespace qvi::test {
 namespace {
 
-struct Image {
-  uint32_t format, width, height, stride;
-};
-
 // One piece of work: a call on a source and a destination buffer (and a
-// file path, for the writers), with the source's demosaic parameters.  Its
-// result is the status, the destination's bytes and the file's bytes.
+// file path, for the writers), with the source's demosaic parameters.
 using Call = std::function<Status(BufferHandle src, BufferHandle dst, const char* path)>;
 struct Work {
   std::string name;
-  Image src, dst;
+  struct { uint32_t format, width, height, stride; } src, dst;
   Call call;
   uint32_t method = 0, phase = 0;
 };
@@ -37,8 +33,9 @@ std::vector<Work> Works() {
   const auto field = [](FieldToFrameMethod m) -> Call {
     return [m](BufferHandle s, BufferHandle d, const char*) { return QVI_FieldToFrame(s, d, m, 1); };
   };
-  const auto file = [](FileKind k) -> Call { return [k](BufferHandle s, BufferHandle, const char* p) { return QVI_FileWrite(s, p, k); }; };
-  const Image none = {FMT_Y8, 1, 1, 1};
+  const auto file = [](FileKind k) -> Call {
+    return [k](BufferHandle s, BufferHandle, const char* path) { return QVI_FileWrite(s, path, k); };
+  };
   std::vector<Work> works = {
       {"Y8 to BGRX32", {FMT_Y8, 61, 9, 64}, {FMT_BGRX32, 61, 9, 248}, convert},
       {"Y12 to RGB16", {FMT_Y12, 40, 8, 81}, {FMT_RGB16, 40, 8, 80}, convert},
@@ -54,8 +51,8 @@ std::vector<Work> Works() {
       {"line averaging", {FMT_BGR24, 17, 6, 51}, {FMT_BGR24, 17, 12, 51}, field(FIELD_TO_FRAME_LINE_AVE)},
       {"bilinear", {FMT_YUV422, 16, 7, 34}, {FMT_YUV422, 16, 14, 34}, field(FIELD_TO_FRAME_BILINEAR)},
       {"median", {FMT_XBGR32, 12, 6, 48}, {FMT_XBGR32, 12, 12, 48}, field(FIELD_TO_FRAME_MEDIAN)},
-      {"raw file", {FMT_Y8, 45, 7, 48}, none, file(FILE_KIND_RAW)},
-      {"TIFF file", {FMT_BGR24, 21, 5, 64}, none, file(FILE_KIND_TIFF)},
+      {"raw file", {FMT_Y8, 45, 7, 48}, {FMT_Y8, 1, 1, 1}, file(FILE_KIND_RAW)},
+      {"TIFF file", {FMT_BGR24, 21, 5, 64}, {FMT_Y8, 1, 1, 1}, file(FILE_KIND_TIFF)},
   };
   // Every seventh demosaic member, called directly.
   for (size_t i = 0; i < DemosaicMembers().size(); i += 7) {
@@ -67,11 +64,8 @@ std::vector<Work> Works() {
   return works;
 }
 
-struct Result {
-  Status status;
-  std::vector<uint8_t> destination, file;
-  bool operator==(const Result&) const = default;
-};
+// The status, the destination's bytes and the file's bytes.
+using Result = std::tuple<Status, std::vector<uint8_t>, std::vector<uint8_t>>;
 
 Result Perform(const Work& w, const std::string& path) {
   std::vector<uint8_t> src(size_t{w.src.stride} * w.src.height + 8), dst(size_t{w.dst.stride} * w.dst.height, 0xA5);
@@ -80,8 +74,7 @@ Result Perform(const Work& w, const std::string& path) {
   const QvbBuffer d(dst.data(), w.dst.format, w.dst.width, w.dst.height, w.dst.stride);
   s.Set(BUF_PARAM_DEMOSAIC_METHOD, w.method);
   s.Set(BUF_PARAM_BAYER_PHASE, w.phase);
-  const Status status = w.call(s.handle(), d.handle(), path.c_str());
-  Result r{status, std::move(dst), ReadFile(path)};
+  Result r{w.call(s.handle(), d.handle(), path.c_str()), std::move(dst), ReadFile(path)};
   std::filesystem::remove(path);
   return r;
 }
@@ -93,31 +86,29 @@ TEST(Concurrency, ThreadsGetWhatOneThreadGets) {
   std::vector<Result> expected;
   for (const Work& w : works) {
     expected.push_back(Perform(w, dir + "/alone"));
-    EXPECT_EQ(expected.back().status, STATUS_OK) << w.name;
+    EXPECT_EQ(std::get<Status>(expected.back()), STATUS_OK) << w.name;
   }
 
-  // Four threads, 25 rounds each, each starting at another work.
+  // Four threads, 25 rounds each, each starting five works after the last.
   std::atomic<int> mismatches{0};
   std::atomic<bool> done{false};
   std::vector<std::thread> threads;
   for (size_t t = 0; t < 4; ++t) {
     threads.emplace_back([&, t] {
-      for (size_t i = 0; i < 25 * works.size(); ++i) {
-        const size_t k = (i + t * 5) % works.size();
-        if (!(Perform(works[k], dir + "/thread" + std::to_string(t)) == expected[k])) ++mismatches;
+      for (size_t i = 5 * t; i < 5 * t + 25 * works.size(); ++i) {
+        if (Perform(works[i % works.size()], dir + "/thread" + std::to_string(t)) != expected[i % works.size()]) ++mismatches;
       }
     });
   }
   // Buffers made, changed, asked about and destroyed all the while.
   std::thread churn([&done, &mismatches] {
     uint8_t memory[16];
-    while (!done) {
-      BufferHandle h = 0;
-      if (QVB_BufferCreate(memory, 4, 4, 4, FMT_Y8, &h) != QVB_STATUS_OK) ++mismatches;
-      QVB_BufferParameterSet(h, BUF_PARAM_WIDTH, 2);
+    for (BufferHandle h = 0; !done;) {
       uint32_t width = 0;
-      QVB_BufferParameterGet(h, BUF_PARAM_WIDTH, &width);
-      if (width != 2 || QVB_BufferDestroy(h) != QVB_STATUS_OK) ++mismatches;
+      const bool made = QVB_BufferCreate(memory, 4, 4, 4, FMT_Y8, &h) == QVB_STATUS_OK;
+      const bool set = QVB_BufferParameterSet(h, BUF_PARAM_WIDTH, 2) == QVB_STATUS_OK;
+      if (!made || !set || QVB_BufferParameterGet(h, BUF_PARAM_WIDTH, &width) != QVB_STATUS_OK || width != 2) ++mismatches;
+      if (QVB_BufferDestroy(h) != QVB_STATUS_OK) ++mismatches;
     }
   });
   for (auto& th : threads) th.join();
