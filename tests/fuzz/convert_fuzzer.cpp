@@ -23,16 +23,15 @@ void Run(FuzzInput& in) {
   const uint32_t src_format = DrawFormat(in), dst_format = DrawFormat(in);
   const Fmt src_fmt = LowByte(src_format), dst_fmt = LowByte(dst_format);
   const uint32_t w = in.Below(70), h = in.Below(12);
-  const uint32_t src_stride = in.Stride(test::SourceLineBytes(src_fmt, w));
-  const uint32_t dst_stride = in.Stride(w * BytesPerPixel(dst_fmt));
+  const uint32_t src_stride = in.Stride(test::SourceLineBytes(src_fmt, w)), dst_stride = in.Stride(w * BytesPerPixel(dst_fmt));
   const uint32_t flags = in.Byte();
   // The destination's own width and height take no part in the size rule.
   const uint32_t dst_height = flags & 0x10 ? in.Below(2 * h + 2) : h;
   const uint32_t dst_width = flags & 0x20 ? in.Below(70) : w;
   const uint32_t method = kMethods[in.Below(5)], phase = kPhases[in.Below(5)];
 
-  FencedMemory src(test::ConvertSourceBytes(src_fmt, dst_fmt, method, phase, w, h, src_stride), in.PickFence(), 0);
-  FencedMemory dst(uint64_t{dst_stride} * dst_height, in.PickFence(), 0xA5);
+  test::FencedMemory src(test::ConvertSourceBytes(src_fmt, dst_fmt, method, phase, w, h, src_stride), in.PickFence(), 0);
+  test::FencedMemory dst(uint64_t{dst_stride} * dst_height, in.PickFence(), 0xA5);
   in.Fill(src.data(), src.size());
 
   test::QvbBuffer s(flags & 4 ? nullptr : src.data(), src_format, w, h, src_stride);

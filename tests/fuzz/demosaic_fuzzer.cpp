@@ -15,15 +15,14 @@ namespace qvi::fuzz {
 
 void Run(FuzzInput& in) {
   const test::DemosaicMember& m = test::DemosaicMembers()[in.Below(test::DemosaicMembers().size())];
-  const uint32_t b = in.Byte();
-  const uint32_t bits = b < 200 ? 10 + 2 * (b % 4) : b % 40;  // 8 is refused, other odd depths are not
+  const uint32_t b = in.Byte(), bits = b < 200 ? 10 + 2 * (b % 4) : b % 40;  // 8 is refused, other odd depths not
   const uint32_t w = in.Below(48), h = in.Below(12);
   const uint32_t sb = m.sample_bytes(), pb = m.pixel_bytes();
   const uint32_t src_stride = in.Stride(w * sb), dst_stride = in.Stride(w * pb);
   const uint32_t faults = in.Byte();
 
-  FencedMemory src(test::DemosaicSourceBytes(w, h, src_stride, sb, m.over_read_samples(w, h)), in.PickFence(), 0);
-  FencedMemory dst(uint64_t{dst_stride} * h, in.PickFence(), 0xA5);
+  test::FencedMemory src(test::DemosaicSourceBytes(w, h, src_stride, sb, m.over_read_samples(w, h)), in.PickFence(), 0);
+  test::FencedMemory dst(uint64_t{dst_stride} * h, in.PickFence(), 0xA5);
   in.Fill(src.data(), src.size());
   test::QvbBuffer s(faults & 1 ? nullptr : src.data(), m.source_format(), w, h, src_stride);
   test::QvbBuffer d(faults & 2 ? nullptr : dst.data(), m.destination_format(), w, h, dst_stride);

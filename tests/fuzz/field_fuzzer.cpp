@@ -36,8 +36,8 @@ void Run(FuzzInput& in) {
   const bool overlap = (flags & 0x18) == 0x18;
   const uint64_t offset = overlap ? in.Below(static_cast<uint32_t>(field_bytes) + 1) : 0;
 
-  FencedMemory field(overlap ? std::max(field_bytes, offset + frame_bytes) : field_bytes, in.PickFence(), 0);
-  FencedMemory frame(overlap ? 0 : frame_bytes, in.PickFence(), 0xA5);
+  test::FencedMemory field(overlap ? std::max(field_bytes, offset + frame_bytes) : field_bytes, in.PickFence(), 0);
+  test::FencedMemory frame(overlap ? 0 : frame_bytes, in.PickFence(), 0xA5);
   in.Fill(field.data(), field.size());
   uint8_t* frame_data = overlap ? field.data() + offset : frame.data();
 

@@ -39,7 +39,7 @@ void Run(FuzzInput& in) {
   const uint32_t w = in.Below(300), h = in.Below(12);
   const uint32_t stride = in.Stride(w * kBytes[f]);
   const uint32_t faults = in.Byte(), where = in.Below(8);
-  FencedMemory memory(uint64_t{stride} * h, in.PickFence(), 0);
+  test::FencedMemory memory(uint64_t{stride} * h, in.PickFence(), 0);
   in.Fill(memory.data(), memory.size());
   test::QvbBuffer buffer(faults & 1 ? nullptr : memory.data(), format, w, h, stride);
 

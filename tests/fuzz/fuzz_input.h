@@ -13,17 +13,15 @@
 
 namespace qvi::fuzz {
 
-using test::FencedMemory;
-
 // A handle the buffer library never hands out.
 inline constexpr BufferHandle kGone = 0xFFFFFFFFFFFFull;
 
-class FuzzInput {
- public:
-  FuzzInput(const uint8_t* data, size_t size) : data_(data), size_(size) {}
+struct FuzzInput {
+  const uint8_t* data;
+  size_t size, pos = 0;
 
   // The next byte, 0 once the input is used up; a word is its low byte first.
-  uint8_t Byte() { return pos_ < size_ ? data_[pos_++] : 0; }
+  uint8_t Byte() { return pos < size ? data[pos++] : 0; }
   uint32_t Word() { const uint32_t low = Byte(); return low | uint32_t{Byte()} << 8; }
   uint32_t Below(uint32_t n) { return Word() % n; }
   test::Fence PickFence() { return Byte() & 1 ? test::Fence::BeforeStart : test::Fence::AfterEnd; }
@@ -36,15 +34,10 @@ class FuzzInput {
   }
 
   // Fills `out` with the bytes not used yet, repeated; with none left, a ramp.
-  void Fill(uint8_t* out, size_t n) {
-    const size_t left = size_ - pos_;
-    for (size_t i = 0; i < n; ++i) out[i] = left ? data_[pos_ + i % left] : static_cast<uint8_t>(i * 37);
+  void Fill(uint8_t* out, size_t n) const {
+    const size_t left = size - pos;
+    for (size_t i = 0; i < n; ++i) out[i] = left ? data[pos + i % left] : static_cast<uint8_t>(i * 37);
   }
-
- private:
-  const uint8_t* data_;
-  size_t size_;
-  size_t pos_ = 0;
 };
 
 inline void Check(bool ok, const char* what, unsigned long long detail = 0) {
@@ -53,7 +46,7 @@ inline void Check(bool ok, const char* what, unsigned long long detail = 0) {
 
 // The bytes of `m` now: taken before a call, compared after it to show that
 // the call left them alone.
-inline std::vector<uint8_t> Bytes(const FencedMemory& m) { return {m.data(), m.data() + m.size()}; }
+inline std::vector<uint8_t> Bytes(const test::FencedMemory& m) { return {m.data(), m.data() + m.size()}; }
 
 // Each harness makes its calls and checks in Run, called by the entry point
 // libFuzzer (or the replay driver) calls with each input.
@@ -62,7 +55,7 @@ void Run(FuzzInput& in);
 }  // namespace qvi::fuzz
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
-  qvi::fuzz::FuzzInput in(data, size);
+  qvi::fuzz::FuzzInput in{data, size};
   qvi::fuzz::Run(in);
   return 0;
 }
