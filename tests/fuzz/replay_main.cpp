@@ -10,23 +10,16 @@
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size);
 
-namespace {
-
-void Replay(const std::filesystem::path& file) {
-  std::ifstream in(file, std::ios::binary);
-  const std::vector<uint8_t> bytes{std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
-  LLVMFuzzerTestOneInput(bytes.data(), bytes.size());
-}
-
-}  // namespace
-
 int main(int argc, char** argv) {
   size_t inputs = 0;
   for (int i = 1; i < argc; ++i) {
-    if (std::filesystem::is_directory(argv[i])) {
-      for (const auto& entry : std::filesystem::directory_iterator(argv[i])) Replay(entry.path()), ++inputs;
-    } else {
-      Replay(argv[i]), ++inputs;
+    std::vector<std::filesystem::path> files{argv[i]};
+    if (std::filesystem::is_directory(argv[i])) files.assign(std::filesystem::directory_iterator(argv[i]), {});
+    for (const auto& file : files) {
+      std::ifstream in(file, std::ios::binary);
+      const std::vector<uint8_t> bytes{std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
+      LLVMFuzzerTestOneInput(bytes.data(), bytes.size());
+      ++inputs;
     }
   }
   std::printf("replayed %zu inputs\n", inputs);

@@ -7,46 +7,34 @@
 #include <stdlib.h>
 
 #include <atomic>
-#include <filesystem>
-#include <fstream>
 #include <functional>
-#include <iterator>
-#include <string>
 #include <thread>
-#include <vector>
+#include <tuple>
 
 #include "support/demosaic_members.h"
 #include "support/qvb_buffer.h"
+#include "support/scratch_dir.h"
 
 namespace qvi::test {
 namespace {
 
-struct Image {
-  uint32_t format, width, height, stride;
-};
-
 // One piece of work: a call on a source and a destination buffer (and a
-// file path, for the writers).  Its result is the status, the destination's
-// bytes and the file's bytes.
+// file path, for the writers), with the source's demosaic parameters.
+using Call = std::function<Status(BufferHandle src, BufferHandle dst, const char* path)>;
 struct Work {
   std::string name;
-  Image src, dst;
-  std::function<Status(BufferHandle src, BufferHandle dst, const std::string& path)> call;
-  uint32_t method = 0, phase = 0;  // the source's demosaic parameters
+  struct { uint32_t format, width, height, stride; } src, dst;
+  Call call;
+  uint32_t method = 0, phase = 0;
 };
 
-std::vector<uint8_t> ReadFile(const std::string& path) {
-  std::ifstream in(path, std::ios::binary);
-  return {std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
-}
-
 std::vector<Work> Works() {
-  const auto convert = [](BufferHandle s, BufferHandle d, const std::string&) { return QVI_Convert(s, d); };
-  const auto field = [](FieldToFrameMethod m) {
-    return [m](BufferHandle s, BufferHandle d, const std::string&) { return QVI_FieldToFrame(s, d, m, 1); };
+  const Call convert = [](BufferHandle s, BufferHandle d, const char*) { return QVI_Convert(s, d); };
+  const auto field = [](FieldToFrameMethod m) -> Call {
+    return [m](BufferHandle s, BufferHandle d, const char*) { return QVI_FieldToFrame(s, d, m, 1); };
   };
-  const auto file = [](FileKind kind) {
-    return [kind](BufferHandle s, BufferHandle, const std::string& path) { return QVI_FileWrite(s, path.c_str(), kind); };
+  const auto file = [](FileKind k) -> Call {
+    return [k](BufferHandle s, BufferHandle, const char* path) { return QVI_FileWrite(s, path, k); };
   };
   std::vector<Work> works = {
       {"Y8 to BGRX32", {FMT_Y8, 61, 9, 64}, {FMT_BGRX32, 61, 9, 248}, convert},
@@ -56,9 +44,9 @@ std::vector<Work> Works() {
       {"Y12P to RGB24", {FMT_Y12P, 30, 6, 48}, {FMT_RGB24, 30, 6, 90}, convert},
       {"RGB30 to RGB48", {FMT_RGB30, 20, 5, 84}, {FMT_RGB48, 20, 5, 120}, convert},
       {"Y16 block copy", {FMT_Y16, 24, 6, 50}, {FMT_Y16, 24, 6, 50}, convert},
-      {"BAY8 to BGR24 ave B", {FMT_BAY8, 37, 9, 40}, {FMT_BGR24, 37, 9, 111}, convert, DEMOSAIC_METHOD_AVE, BAYER_PHASE_B},
-      {"BAY12 to RGB16 med C", {FMT_BAY12, 31, 8, 63}, {FMT_RGB16, 31, 8, 62}, convert, DEMOSAIC_METHOD_MED, BAYER_PHASE_C},
-      {"BAY16 to RGBX32 dup D", {FMT_BAY16, 16, 6, 32}, {FMT_RGBX32, 16, 6, 64}, convert, DEMOSAIC_METHOD_DUP, BAYER_PHASE_D},
+      {"BAY8 ave B", {FMT_BAY8, 37, 9, 40}, {FMT_BGR24, 37, 9, 111}, convert, DEMOSAIC_METHOD_AVE, BAYER_PHASE_B},
+      {"BAY12 med C", {FMT_BAY12, 31, 8, 63}, {FMT_RGB16, 31, 8, 62}, convert, DEMOSAIC_METHOD_MED, BAYER_PHASE_C},
+      {"BAY16 dup D", {FMT_BAY16, 16, 6, 32}, {FMT_RGBX32, 16, 6, 64}, convert, DEMOSAIC_METHOD_DUP, BAYER_PHASE_D},
       {"line duplication", {FMT_Y8, 50, 6, 52}, {FMT_Y8, 50, 12, 52}, field(FIELD_TO_FRAME_LINE_DUP)},
       {"line averaging", {FMT_BGR24, 17, 6, 51}, {FMT_BGR24, 17, 12, 51}, field(FIELD_TO_FRAME_LINE_AVE)},
       {"bilinear", {FMT_YUV422, 16, 7, 34}, {FMT_YUV422, 16, 14, 34}, field(FIELD_TO_FRAME_BILINEAR)},
@@ -71,16 +59,13 @@ std::vector<Work> Works() {
     const DemosaicMember& m = DemosaicMembers()[i];
     works.push_back({m.name, {m.source_format(), 23, 7, 24 * m.sample_bytes() + 1},
                      {m.destination_format(), 23, 7, 23 * m.pixel_bytes() + 2},
-                     [&m](BufferHandle s, BufferHandle d, const std::string&) { return m.call(s, d, 12); }});
+                     [&m](BufferHandle s, BufferHandle d, const char*) { return m.call(s, d, 12); }});
   }
   return works;
 }
 
-struct Result {
-  Status status;
-  std::vector<uint8_t> destination, file;
-  bool operator==(const Result&) const = default;
-};
+// The status, the destination's bytes and the file's bytes.
+using Result = std::tuple<Status, std::vector<uint8_t>, std::vector<uint8_t>>;
 
 Result Perform(const Work& w, const std::string& path) {
   std::vector<uint8_t> src(size_t{w.src.stride} * w.src.height + 8), dst(size_t{w.dst.stride} * w.dst.height, 0xA5);
@@ -89,62 +74,48 @@ Result Perform(const Work& w, const std::string& path) {
   const QvbBuffer d(dst.data(), w.dst.format, w.dst.width, w.dst.height, w.dst.stride);
   s.Set(BUF_PARAM_DEMOSAIC_METHOD, w.method);
   s.Set(BUF_PARAM_BAYER_PHASE, w.phase);
-  Result r{w.call(s.handle(), d.handle(), path), std::move(dst), {}};
-  r.file = ReadFile(path);
+  Result r{w.call(s.handle(), d.handle(), path.c_str()), std::move(dst), ReadFile(path)};
   std::filesystem::remove(path);
   return r;
 }
 
-class Concurrency : public ::testing::Test {
- protected:
-  void SetUp() override {
-    const char* base = std::getenv("TMPDIR");
-    dir_ = std::string(base != nullptr && *base != '\0' ? base : "/tmp") + "/qvi-threads-XXXXXX";
-    ASSERT_NE(mkdtemp(dir_.data()), nullptr);
-  }
-  void TearDown() override { std::filesystem::remove_all(dir_); }
-  std::string dir_;
-};
-
-TEST_F(Concurrency, ThreadsGetWhatOneThreadGets) {
+TEST(Concurrency, ThreadsGetWhatOneThreadGets) {
+  std::string dir = ::testing::TempDir() + "qvi-threads-XXXXXX";
+  ASSERT_NE(mkdtemp(dir.data()), nullptr);
   const std::vector<Work> works = Works();
   std::vector<Result> expected;
   for (const Work& w : works) {
-    expected.push_back(Perform(w, dir_ + "/alone"));
-    EXPECT_EQ(expected.back().status, STATUS_OK) << w.name;
+    expected.push_back(Perform(w, dir + "/alone"));
+    EXPECT_EQ(std::get<Status>(expected.back()), STATUS_OK) << w.name;
   }
 
-  constexpr int kThreads = 4, kRounds = 25;
+  // Four threads, 25 rounds each, each starting five works after the last.
   std::atomic<int> mismatches{0};
   std::atomic<bool> done{false};
   std::vector<std::thread> threads;
-  for (int t = 0; t < kThreads; ++t) {
+  for (size_t t = 0; t < 4; ++t) {
     threads.emplace_back([&, t] {
-      const std::string path = dir_ + "/thread" + std::to_string(t);
-      for (int round = 0; round < kRounds; ++round) {
-        for (size_t i = 0; i < works.size(); ++i) {
-          const size_t k = (i + static_cast<size_t>(t) * 5) % works.size();  // threads at different works
-          if (!(Perform(works[k], path) == expected[k])) ++mismatches;
-        }
+      for (size_t i = 5 * t; i < 5 * t + 25 * works.size(); ++i) {
+        if (Perform(works[i % works.size()], dir + "/thread" + std::to_string(t)) != expected[i % works.size()]) ++mismatches;
       }
     });
   }
   // Buffers made, changed, asked about and destroyed all the while.
   std::thread churn([&done, &mismatches] {
     uint8_t memory[16];
-    while (!done) {
-      BufferHandle h = 0;
-      if (QVB_BufferCreate(memory, 4, 4, 4, FMT_Y8, &h) != QVB_STATUS_OK) ++mismatches;
-      QVB_BufferParameterSet(h, BUF_PARAM_WIDTH, 2);
+    for (BufferHandle h = 0; !done;) {
       uint32_t width = 0;
-      QVB_BufferParameterGet(h, BUF_PARAM_WIDTH, &width);
-      if (width != 2 || QVB_BufferDestroy(h) != QVB_STATUS_OK) ++mismatches;
+      const bool made = QVB_BufferCreate(memory, 4, 4, 4, FMT_Y8, &h) == QVB_STATUS_OK;
+      const bool set = QVB_BufferParameterSet(h, BUF_PARAM_WIDTH, 2) == QVB_STATUS_OK;
+      if (!made || !set || QVB_BufferParameterGet(h, BUF_PARAM_WIDTH, &width) != QVB_STATUS_OK || width != 2) ++mismatches;
+      if (QVB_BufferDestroy(h) != QVB_STATUS_OK) ++mismatches;
     }
   });
   for (auto& th : threads) th.join();
   done = true;
   churn.join();
   EXPECT_EQ(mismatches.load(), 0);
+  std::filesystem::remove_all(dir);
 }
 
 }  // namespace
