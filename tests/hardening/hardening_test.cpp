@@ -11,6 +11,7 @@
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <sys/stat.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
 #include <map>
@@ -159,6 +160,32 @@ using FileFailures = FileTest;
 // Every failure status, a thousand times over: the process ends with the
 // descriptors it started with (a leaked stream would also exhaust them and
 // change the statuses long before the end).
+// A directory and a file the caller may not write: the open fails and both
+// stay as they were.  The calls run in a child without root's rights.
+TEST_F(FileFailures, NoPermissionFailsToOpenAndLeavesTheFileAlone) {
+  const std::string locked = Path("locked"), kept = Path("kept");
+  ASSERT_EQ(mkdir(locked.c_str(), 0555), 0);
+  std::ofstream(kept) << "old";
+  ASSERT_EQ(chmod(kept.c_str(), 0444), 0);
+  ASSERT_EQ(chmod(dir_.c_str(), 0755), 0);
+  TestImage image(FMT_Y8, 4, 3, 4, 0, 0x11);
+  const pid_t pid = fork();
+  if (pid == 0) {
+    if (geteuid() == 0 && (setresgid(65534, 65534, 65534) != 0 || setresuid(65534, 65534, 65534) != 0)) _exit(3);
+    for (FileKind kind : {FILE_KIND_RAW, FILE_KIND_TIFF}) {
+      for (const std::string& path : {locked + "/new", kept}) {
+        if (QVI_FileWrite(image.handle(), path.c_str(), kind) != STATUS_OPEN_FAILED) _exit(1);
+      }
+    }
+    _exit(0);
+  }
+  int status = -1;
+  ASSERT_EQ(waitpid(pid, &status, 0), pid);
+  EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0) << status;
+  EXPECT_TRUE(std::filesystem::is_empty(locked));
+  EXPECT_EQ(ReadFile(kept), std::vector<uint8_t>({'o', 'l', 'd'}));
+}
+
 TEST_F(FileFailures, ThousandsOfFailingCallsLeaveNoDescriptorOpen) {
   if (access("/dev/full", W_OK) != 0) GTEST_SKIP() << "no /dev/full";
   const std::string fifo = Path("pipe");
