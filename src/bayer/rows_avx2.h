@@ -150,7 +150,8 @@ QVI_AVX2 inline void Widen(__m256i v, __m256i* lo, __m256i* hi) {
 
 // Packer<P>::Store for 32 pixels given as two vectors of each colour (16-bit
 // lanes, halves[1] the second 16 pixels) or one (8-bit lanes, halves[1] unused).
-template <Packing P, bool kWords>
+// kMasked: the 32-bit packings store with byte masks (Store32KeepingX).
+template <Packing P, bool kWords, bool kMasked>
 QVI_AVX2_INLINE inline void Put(uint8_t* out, const Rgb* halves) {
   if constexpr (P == Packing::RGB16 || P == Packing::BGR16) {
     Rgb w[2];
@@ -169,10 +170,10 @@ QVI_AVX2_INLINE inline void Put(uint8_t* out, const Rgb* halves) {
     const Rgb v = {LowBytesPacked(halves[0].r, halves[1].r), LowBytesPacked(halves[0].g, halves[1].g),
                    LowBytesPacked(halves[0].b, halves[1].b)};
     if constexpr (P == Packing::BGRX32) {
-      qvi::avx2::Store32KeepingX<0>(out, qvi::avx2::Interleave<true>(v.b, v.g, v.r));
+      qvi::avx2::Store32KeepingX<0, false, kMasked>(out, qvi::avx2::Interleave<true>(v.b, v.g, v.r));
     } else {
       static_assert(P == Packing::RGBX32);
-      qvi::avx2::Store32KeepingX<0>(out, qvi::avx2::Interleave<true>(v.r, v.g, v.b));
+      qvi::avx2::Store32KeepingX<0, false, kMasked>(out, qvi::avx2::Interleave<true>(v.r, v.g, v.b));
     }
   } else {
     Rgb v = halves[0];
@@ -182,15 +183,18 @@ QVI_AVX2_INLINE inline void Put(uint8_t* out, const Rgb* halves) {
     if constexpr (P == Packing::BGR24) {
       qvi::avx2::StorePlanes24(out, v.b, v.g, v.r);
     } else if constexpr (P == Packing::BGRX32) {
-      qvi::avx2::Store32KeepingX<0>(out, qvi::avx2::Interleave(v.b, v.g, v.r));
+      qvi::avx2::Store32KeepingX<0, false, kMasked>(out, qvi::avx2::Interleave(v.b, v.g, v.r));
     } else {
       static_assert(P == Packing::RGBX32);
-      qvi::avx2::Store32KeepingX<0>(out, qvi::avx2::Interleave(v.r, v.g, v.b));
+      qvi::avx2::Store32KeepingX<0, false, kMasked>(out, qvi::avx2::Interleave(v.r, v.g, v.b));
     }
   }
 }
 
-struct Vec {
+// kMasked: the X-keeping stores use byte masks; only run where
+// CpuHasMaskedStores().
+template <bool kMasked>
+struct VecT {
   static constexpr uint32_t kPairsPerBlock = 16;
 
   // Writes pairs k .. k + 15 for k = 0, 16, ..., the colours of the 16 (or,
@@ -208,7 +212,7 @@ struct Vec {
       Rgb v[2];
       v[0] = at(x);
       v[1] = kWords ? at(x + 16) : v[0];
-      Put<M::kPacking, kWords>(out + uint64_t{x} * Packer<M::kPacking>::kBytes, v);
+      Put<M::kPacking, kWords, kMasked>(out + uint64_t{x} * Packer<M::kPacking>::kBytes, v);
     };
     uint32_t k = 0;
     for (; count - k >= kPairsPerBlock; k += kPairsPerBlock) block(k);
@@ -239,5 +243,7 @@ struct Vec {
                      [&](uint32_t x) QVI_AVX2_INLINE { return PairRules<M, Row>::Mean(l, above, here, below, x); });
   }
 };
+using Vec = VecT<false>;
+using MaskedVec = VecT<true>;
 
 }  // namespace qvi::bayer::avx2

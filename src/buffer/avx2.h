@@ -136,22 +136,50 @@ QVI_AVX2 Quads Load24(const uint8_t* in) {
            _mm256_shuffle_epi8(_mm256_permutevar8x32_epi32(LoadU(in + 64), last_halves), spread)}};
 }
 
+// Writes the bytes of the four vectors whose bits are set in `mask` (the
+// same 32-bit mask for each) to the 128 bytes at `out`, and no other byte:
+// AVX-512 byte-masked stores.  They are written as instruction text so that
+// the AVX2 kernels around them need no wider target, and only reached where
+// CpuHasMaskedStores() (the policies with kMasked).  The text borrows mask
+// register k1 and gives it back: code built for AVX2 cannot name it as used.
+QVI_AVX2_INLINE inline void StoreMasked(uint8_t* out, const Quads& p, uint32_t mask) {
+  uint32_t saved;
+  __asm__(
+      "kmovd %%k1, %[saved]\n\t"
+      "kmovd %[mask], %%k1\n\t"
+      "vmovdqu8 %[q0], (%[out])%{%%k1%}\n\t"
+      "vmovdqu8 %[q1], 32(%[out])%{%%k1%}\n\t"
+      "vmovdqu8 %[q2], 64(%[out])%{%%k1%}\n\t"
+      "vmovdqu8 %[q3], 96(%[out])%{%%k1%}\n\t"
+      "kmovd %[saved], %%k1"
+      : [bytes] "+m"(*reinterpret_cast<uint8_t(*)[128]>(out)), [saved] "=&r"(saved)
+      : [out] "r"(out), [mask] "r"(mask), [q0] "x"(p.q[0]), [q1] "x"(p.q[1]), [q2] "x"(p.q[2]), [q3] "x"(p.q[3]));
+}
+
 // Thirty-two 32-bit pixels (zero top bytes) over 128 bytes, their three
 // bytes at kOffset (0 or 1); the fourth byte of each keeps its value.
-// (kPlaced: the colours already stand at kOffset.)
-template <uint32_t kOffset, bool kPlaced = false>
+// (kPlaced: the colours already stand at kOffset.)  Without kMasked the old
+// pixels are read and merged; with it the three bytes are stored alone.
+template <uint32_t kOffset, bool kPlaced = false, bool kMasked = false>
 QVI_AVX2_INLINE inline void Store32KeepingX(uint8_t* out, const Quads& p) {
   static_assert(kOffset == 0 || kOffset == 1);
-  const __m256i x = _mm256_set1_epi32(kOffset == 0 ? static_cast<int>(0xFF000000u) : 0xFF);
-  // The old pixels are read before they are written: asking for the next
-  // blocks' lines early keeps those reads from stalling the stores (a hint
-  // only: it never faults and changes no byte, even past the buffer).
-  _mm_prefetch(reinterpret_cast<const char*>(out + 256), _MM_HINT_T0);
-  _mm_prefetch(reinterpret_cast<const char*>(out + 256 + 64), _MM_HINT_T0);
-  for (int i = 0; i < 4; ++i) {
-    uint8_t* d = out + 32 * i;
-    const __m256i colours = kOffset == 0 || kPlaced ? p.q[i] : _mm256_slli_epi32(p.q[i], 8);
-    StoreU(d, _mm256_or_si256(_mm256_and_si256(LoadU(d), x), colours));
+  Quads colours = p;
+  if constexpr (kOffset == 1 && !kPlaced) {
+    for (__m256i& q : colours.q) q = _mm256_slli_epi32(q, 8);
+  }
+  if constexpr (kMasked) {
+    StoreMasked(out, colours, kOffset == 0 ? 0x77777777u : 0xEEEEEEEEu);
+  } else {
+    const __m256i x = _mm256_set1_epi32(kOffset == 0 ? static_cast<int>(0xFF000000u) : 0xFF);
+    // The old pixels are read before they are written: asking for the next
+    // blocks' lines early keeps those reads from stalling the stores (a hint
+    // only: it never faults and changes no byte, even past the buffer).
+    _mm_prefetch(reinterpret_cast<const char*>(out + 256), _MM_HINT_T0);
+    _mm_prefetch(reinterpret_cast<const char*>(out + 256 + 64), _MM_HINT_T0);
+    for (int i = 0; i < 4; ++i) {
+      uint8_t* d = out + 32 * i;
+      StoreU(d, _mm256_or_si256(_mm256_and_si256(LoadU(d), x), colours.q[i]));
+    }
   }
 }
 

@@ -60,10 +60,19 @@ namespace qvi {
 
 struct BestVec;
 
+// Byte-masked stores (AVX-512 BW and VL, their register state enabled by the
+// operating system): where the processor has them, some AVX2 kernels that
+// must keep the X byte of 32-bit pixels write the other three bytes of each
+// pixel without reading the fourth (avx2.h, Store32KeepingX).  Asked on every
+// call, like CpuHasAvx2.
 #if QVI_HAVE_AVX2
 inline bool CpuHasAvx2() { return __builtin_cpu_supports("avx2"); }
+inline bool CpuHasMaskedStores() {
+  return __builtin_cpu_supports("avx512bw") && __builtin_cpu_supports("avx512vl");
+}
 #else
 inline bool CpuHasAvx2() { return false; }
+inline bool CpuHasMaskedStores() { return false; }
 #endif
 
 }  // namespace qvi

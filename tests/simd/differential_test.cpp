@@ -1,5 +1,6 @@
 // The fast row kernels against the portable ones: the same walkers run once
-// with NoVec and once with the SSE2 policy, on the same random input, and
+// with NoVec and once with each vector policy the processor can run, on the
+// same random input, and
 // whole destination buffers (canary-filled, with padding and bytes around the
 // image) must come out identical.  Widths straddle one and two vector blocks,
 // strides are tight, odd and padded, addresses unaligned; values include the
@@ -69,8 +70,14 @@ struct Geometry {
 using Entry = Status (*)(BufferHandle, BufferHandle, uint32_t);
 struct Twins {
   Entry portable;
-  Entry fast[2];  // SSE2, AVX2
+  Entry fast[3];  // SSE2, AVX2, AVX2 with masked stores (null: not a variant of this member)
 };
+
+template <class M>
+constexpr Entry Masked() {
+  if constexpr (bayer::kMaskedStoresPay<M>) return &bayer::Demosaic<M, bayer::avx2::MaskedVec>;
+  return nullptr;
+}
 
 #define QVI_M(depth, packing, method, phase, deviations)                                                 \
   bayer::Member<bayer::Depth::depth, bayer::Packing::packing, bayer::Method::method, bayer::Phase::phase, \
@@ -78,15 +85,17 @@ struct Twins {
 #define QVI_MEMBER(depth, packing, method, phase, deviations)                                          \
   {&bayer::Demosaic<QVI_M(depth, packing, method, phase, deviations), bayer::NoVec>,                  \
    {&bayer::Demosaic<QVI_M(depth, packing, method, phase, deviations), bayer::sse2::Vec>,             \
-    &bayer::Demosaic<QVI_M(depth, packing, method, phase, deviations), bayer::avx2::Vec>}},
+    &bayer::Demosaic<QVI_M(depth, packing, method, phase, deviations), bayer::avx2::Vec>,              \
+    Masked<QVI_M(depth, packing, method, phase, deviations)>()}},
 const Twins kDemosaicTwins[] = {
 #include "bayer/members.def"
 };
 #undef QVI_MEMBER
 #undef QVI_M
 
-// The vector kernels this processor can run: SSE2, and AVX2 where present.
-int FastKinds() { return CpuHasAvx2() ? 2 : 1; }
+// The vector kernels: SSE2 always, the others where the processor has them.
+constexpr const char* kKindNames[] = {"SSE2 ", "AVX2 ", "AVX2 masked "};
+bool CanRun(int kind) { return kind == 0 || (kind == 1 ? CpuHasAvx2() : CpuHasAvx2() && CpuHasMaskedStores()); }
 
 TEST(Differential, EveryDemosaicMemberMatchesThePortableLoop) {
   ASSERT_EQ(std::size(kDemosaicTwins), DemosaicMembers().size());
@@ -108,11 +117,12 @@ TEST(Differential, EveryDemosaicMemberMatchesThePortableLoop) {
         Fill(src.bytes.data(), src.bytes.size(), g.values, member.deep() ? bits : 0, rng);
         Placed portable(member.destination_format(), w, h, dst_stride, g.dst_offset, 7);
         ASSERT_EQ(kDemosaicTwins[m].portable(src.handle, portable.handle, bits), STATUS_OK);
-        for (int kind = 0; kind < FastKinds(); ++kind) {
+        for (int kind = 0; kind < 3; ++kind) {
+          if (!CanRun(kind) || kDemosaicTwins[m].fast[kind] == nullptr) continue;
           Placed fast(member.destination_format(), w, h, dst_stride, g.dst_offset, 7);
           ASSERT_EQ(kDemosaicTwins[m].fast[kind](src.handle, fast.handle, bits), STATUS_OK);
           ASSERT_EQ(portable.bytes, fast.bytes)
-              << (kind == 0 ? "SSE2 " : "AVX2 ") << member.name << " " << w << "x" << h << " bits " << bits
+              << kKindNames[kind] << member.name << " " << w << "x" << h << " bits " << bits
               << " strides +" << g.src_extra << " +" << g.dst_extra << " offsets " << g.src_offset << " "
               << g.dst_offset;
         }
@@ -171,11 +181,12 @@ TEST(Differential, EveryConversionRouteMatchesThePortableLoop) {
         p.src_height = p.dst_height = h;
         p.dst = portable.data() + g.dst_offset;
         route.portable(p);
-        for (int kind = 0; kind < FastKinds(); ++kind) {
+        for (int kind = 0; kind < 2; ++kind) {
+          if (!CanRun(kind)) continue;
           std::vector<uint8_t> fast(portable.size(), kCanary);
           p.dst = fast.data() + g.dst_offset;
           route.fast[kind](p);
-          ASSERT_EQ(portable, fast) << (kind == 0 ? "SSE2 " : "AVX2 ") << "route " << int(route.source) << " -> "
+          ASSERT_EQ(portable, fast) << kKindNames[kind] << "route " << int(route.source) << " -> "
                                     << int(route.destination) << " " << w << "x" << h << " strides +" << g.src_extra
                                     << " +" << g.dst_extra << " offsets " << g.src_offset << " " << g.dst_offset;
         }
@@ -237,10 +248,11 @@ TEST(Differential, EveryDeinterlacingRowMatchesThePortableLoop) {
       const uint8_t* above = lines.data() + g.src_offset;
       std::vector<uint8_t> portable(g.dst_offset + n + 7, kCanary);
       row.portable(above, above + n, portable.data() + g.dst_offset, n);
-      for (int kind = 0; kind < FastKinds(); ++kind) {
+      for (int kind = 0; kind < 2; ++kind) {
+        if (!CanRun(kind)) continue;
         std::vector<uint8_t> fast(portable.size(), kCanary);
         row.fast[kind](above, above + n, fast.data() + g.dst_offset, n);
-        ASSERT_EQ(portable, fast) << (kind == 0 ? "SSE2 " : "AVX2 ") << row.name << " over " << n
+        ASSERT_EQ(portable, fast) << kKindNames[kind] << row.name << " over " << n
                                   << " bytes, offsets " << g.src_offset << " " << g.dst_offset;
       }
     }
