@@ -39,7 +39,7 @@ TEST_P(GuardPages, Conversions) {
   rng_.seed(7);
   for (const Route& r : ConversionRoutes()) {
     for (int trial = 0; trial < 14; ++trial) {
-      const uint32_t w = trial == 0 ? 0 : 1 + Below(19), h = trial == 1 ? 0 : 1 + Below(4);
+      const uint32_t w = trial == 0 ? 0 : 1 + Below(79), h = trial == 1 ? 0 : 1 + Below(4);  // past two vector blocks
       const uint32_t src_stride = SourceLineBytes(r.src, w) + (trial % 3 == 0 ? 0 : Below(5));
       const uint32_t dst_stride = w * BytesPerPixel(r.dst) + (trial % 2 == 0 ? 0 : Below(7));
       // RGBX32 takes only duplication, BGR16 only duplication in phase A.
@@ -61,7 +61,7 @@ TEST_P(GuardPages, DemosaicMembers) {
   rng_.seed(3);
   for (const DemosaicMember& m : DemosaicMembers()) {
     for (int trial = 0; trial < 14; ++trial) {
-      const uint32_t w = trial == 0 ? 0 : trial == 1 ? 4 : trial == 2 ? 1 : 2 + Below(19);
+      const uint32_t w = trial == 0 ? 0 : trial == 1 ? 4 : trial == 2 ? 1 : 2 + Below(79);  // past two vector blocks
       const uint32_t h = trial == 0 ? 3 : trial == 1 ? 0 : trial == 3 ? 1 : 2 + Below(6);
       const uint32_t src_stride = w * m.sample_bytes() + (trial % 3 == 0 ? 0 : Below(5));
       const uint32_t dst_stride = w * m.pixel_bytes() + (trial % 2 == 0 ? 0 : Below(7));
