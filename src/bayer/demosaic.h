@@ -24,12 +24,10 @@ struct WalkerOf<Member<D, P, Method::dup, F, X>, V> {
 };
 
 // Members whose AVX2 kernels store with byte masks where the processor has
-// them (avx2::MaskedVec): those with 8-bit input and an X byte to keep.
-// Measured: skipping the read of the old pixels pays there; with 16-bit
-// input the masked stores ran no faster than reading and merging.
+// them (avx2::MaskedVec): those with an X byte to keep.  Measured: skipping
+// the read of the old pixels pays for every method at both depths.
 template <class M>
-inline constexpr bool kMaskedStoresPay =
-    M::kDepth == Depth::BAY8 && (M::kPacking == Packing::BGRX32 || M::kPacking == Packing::RGBX32);
+inline constexpr bool kMaskedStoresPay = M::kPacking == Packing::BGRX32 || M::kPacking == Packing::RGBX32;
 
 template <class M, class V>
 void Walk(const Image& image, const Arith<M::kDepth>& a) {

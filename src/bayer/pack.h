@@ -50,6 +50,10 @@ struct Packer<Packing::RGB16> : WordPacker<true> {};
 template <>
 struct Packer<Packing::BGR16> : WordPacker<false> {};
 
+// The packings that keep only bits 0-7 of each channel value.
+template <Packing P>
+inline constexpr bool kByteChannels = P == Packing::RGBX32 || P == Packing::BGRX32 || P == Packing::BGR24;
+
 // Stores a pixel given as the colour of its row's red or blue samples, green,
 // and the other of red and blue; Row says which is which.
 template <Packing P, class Row>

@@ -46,12 +46,21 @@ struct ByteLanes {
   }
 };
 
-struct WordLanes {
+// kWrapping: for byte channels, which keep only bits 0-7 of each value.
+// WrappingSums: the sums of two and four samples then simply wrap in 16
+// bits; bits s to s + 7 of a sum are exact modulo 2^16 while s <= 8.
+// Otherwise the sums are halved (or quartered) inside 16 bits first, as in
+// the SSE2 kernels.
+template <bool kWrapping>
+struct WordLanesT {
   static constexpr uint32_t kLanes = 16;
-  explicit WordLanes(const Arith<Depth::BAYn>& a)
-      : copy_(static_cast<int>(a.CopyShift())), mean2_(static_cast<int>(a.Mean2Shift() - 1)),
-        mean4_(static_cast<int>(a.Mean4Shift() - 2)) {}
-  static bool Usable(const Arith<Depth::BAYn>& a) { return a.Mean2Shift() >= 1 && a.Mean4Shift() >= 2; }
+  static constexpr int kMean2Halvings = kWrapping ? 0 : 1, kMean4Halvings = kWrapping ? 0 : 2;
+  explicit WordLanesT(const Arith<Depth::BAYn>& a)
+      : copy_(static_cast<int>(a.CopyShift())), mean2_(static_cast<int>(a.Mean2Shift()) - kMean2Halvings),
+        mean4_(static_cast<int>(a.Mean4Shift()) - kMean4Halvings) {}
+  static bool Usable(const Arith<Depth::BAYn>& a) {
+    return kWrapping ? a.Mean2Shift() <= 8 && a.Mean4Shift() <= 8 : a.Mean2Shift() >= 1 && a.Mean4Shift() >= 2;
+  }
   QVI_AVX2 static __m256i EvenLanes() { return _mm256_set1_epi32(0x0000FFFF); }
   QVI_AVX2 static __m256i At(const uint8_t* row, uint32_t x) { return LoadU(row + 2 * uint64_t{x}); }
 
@@ -61,8 +70,11 @@ struct WordLanes {
   QVI_AVX2 static __m256i Shift(__m256i v, int count) { return _mm256_srl_epi16(v, _mm_cvtsi32_si128(count)); }
 
   QVI_AVX2 __m256i Copy(__m256i v) const { return Shift(v, copy_); }
-  QVI_AVX2 __m256i Mean2(__m256i x, __m256i y) const { return Shift(Half(x, y), mean2_); }
+  QVI_AVX2 __m256i Mean2(__m256i x, __m256i y) const {
+    return Shift(kWrapping ? _mm256_add_epi16(x, y) : Half(x, y), mean2_);
+  }
   QVI_AVX2 __m256i Mean4(__m256i a, __m256i b, __m256i c, __m256i d) const {
+    if constexpr (kWrapping) return Shift(_mm256_add_epi16(_mm256_add_epi16(a, b), _mm256_add_epi16(c, d)), mean4_);
     const __m256i m1 = Half(a, b), m2 = Half(c, d);
     const __m256i carry = _mm256_and_si256(_mm256_and_si256(_mm256_xor_si256(m1, m2), _mm256_xor_si256(a, b)),
                                            _mm256_and_si256(_mm256_xor_si256(c, d), _mm256_set1_epi16(1)));
@@ -77,6 +89,7 @@ struct WordLanes {
  private:
   int copy_, mean2_, mean4_;
 };
+using WordLanes = WordLanesT<false>;
 
 template <Depth D>
 using LanesOf = std::conditional_t<D == Depth::BAY8, ByteLanes, WordLanes>;
@@ -86,9 +99,8 @@ struct Rgb {
   __m256i r, g, b;
 };
 
-template <class M, class Row>
+template <class M, class Row, class L = LanesOf<M::kDepth>>
 struct PairRules {
-  using L = LanesOf<M::kDepth>;
   QVI_AVX2 static __m256i Sites() {
     return Row::SiteAt(1) ? L::EvenLanes() : _mm256_xor_si256(L::EvenLanes(), _mm256_set1_epi32(-1));
   }
@@ -236,11 +248,21 @@ struct VecT {
   template <class M, class Row>
   QVI_AVX2 static uint32_t MeanPairs(const uint8_t* above, const uint8_t* here, const uint8_t* below, uint8_t* out,
                                      uint32_t count, const Arith<M::kDepth>& a) {
-    using L = LanesOf<M::kDepth>;
+    if constexpr (M::kDepth == Depth::BAYn && kByteChannels<M::kPacking>) {
+      if (WordLanesT<true>::Usable(a)) return MeanBlocks<M, Row, WordLanesT<true>>(above, here, below, out, count, a);
+    }
+    return MeanBlocks<M, Row, LanesOf<M::kDepth>>(above, here, below, out, count, a);
+  }
+
+ private:
+  template <class M, class Row, class L>
+  QVI_AVX2 static uint32_t MeanBlocks(const uint8_t* above, const uint8_t* here, const uint8_t* below, uint8_t* out,
+                                      uint32_t count, const Arith<M::kDepth>& a) {
     if (!L::Usable(a)) return 0;
     const L l(a);
-    return Blocks<M>(out, count,
-                     [&](uint32_t x) QVI_AVX2_INLINE { return PairRules<M, Row>::Mean(l, above, here, below, x); });
+    return Blocks<M>(out, count, [&](uint32_t x) QVI_AVX2_INLINE {
+      return PairRules<M, Row, L>::Mean(l, above, here, below, x);
+    });
   }
 };
 using Vec = VecT<false>;

@@ -58,14 +58,20 @@ struct ByteLanes {
 // Each reduction is taken as a halving (or quartering) inside 16 bits and
 // the rest of the shift, which is the same as the one shift of the full sum
 // whenever the mean shifts are at least 1 and 2 (every depth but 6 and 7;
-// those go to the portable loop).
-struct WordLanes {
+// those go to the portable loop).  kWrapping: for byte channels, which keep
+// only bits 0-7 of each value.  WrappingSums: the sums then simply wrap in
+// 16 bits; bits s to s + 7 of a sum are exact modulo 2^16 while s <= 8.
+template <bool kWrapping>
+struct WordLanesT {
   static constexpr uint32_t kLanes = 8;
-  explicit WordLanes(const Arith<Depth::BAYn>& a)
+  static constexpr int kMean2Halvings = kWrapping ? 0 : 1, kMean4Halvings = kWrapping ? 0 : 2;
+  explicit WordLanesT(const Arith<Depth::BAYn>& a)
       : copy_(_mm_cvtsi32_si128(static_cast<int>(a.CopyShift()))),
-        mean2_(_mm_cvtsi32_si128(static_cast<int>(a.Mean2Shift() - 1))),
-        mean4_(_mm_cvtsi32_si128(static_cast<int>(a.Mean4Shift() - 2))) {}
-  static bool Usable(const Arith<Depth::BAYn>& a) { return a.Mean2Shift() >= 1 && a.Mean4Shift() >= 2; }
+        mean2_(_mm_cvtsi32_si128(static_cast<int>(a.Mean2Shift()) - kMean2Halvings)),
+        mean4_(_mm_cvtsi32_si128(static_cast<int>(a.Mean4Shift()) - kMean4Halvings)) {}
+  static bool Usable(const Arith<Depth::BAYn>& a) {
+    return kWrapping ? a.Mean2Shift() <= 8 && a.Mean4Shift() <= 8 : a.Mean2Shift() >= 1 && a.Mean4Shift() >= 2;
+  }
   static __m128i EvenLanes() { return _mm_set1_epi32(0x0000FFFF); }
   static __m128i At(const uint8_t* row, uint32_t x) { return LoadU(row + 2 * uint64_t{x}); }
 
@@ -77,8 +83,11 @@ struct WordLanes {
   static __m128i Max(__m128i a, __m128i b) { return _mm_add_epi16(b, _mm_subs_epu16(a, b)); }
 
   __m128i Copy(__m128i v) const { return _mm_srl_epi16(v, copy_); }
-  __m128i Mean2(__m128i x, __m128i y) const { return _mm_srl_epi16(Half(x, y), mean2_); }
+  __m128i Mean2(__m128i x, __m128i y) const {
+    return _mm_srl_epi16(kWrapping ? _mm_add_epi16(x, y) : Half(x, y), mean2_);
+  }
   __m128i Mean4(__m128i a, __m128i b, __m128i c, __m128i d) const {
+    if constexpr (kWrapping) return _mm_srl_epi16(_mm_add_epi16(_mm_add_epi16(a, b), _mm_add_epi16(c, d)), mean4_);
     const __m128i m1 = Half(a, b), m2 = Half(c, d);
     const __m128i carry = _mm_and_si128(_mm_and_si128(_mm_xor_si128(m1, m2), _mm_xor_si128(a, b)),
                                         _mm_and_si128(_mm_xor_si128(c, d), _mm_set1_epi16(1)));
@@ -93,6 +102,7 @@ struct WordLanes {
  private:
   __m128i copy_, mean2_, mean4_;
 };
+using WordLanes = WordLanesT<false>;
 
 template <Depth D>
 using LanesOf = std::conditional_t<D == Depth::BAY8, ByteLanes, WordLanes>;
@@ -103,9 +113,8 @@ struct Triple {
 };
 
 // The rules of the interior pairs for the pixels x .. x + kLanes - 1.
-template <class M, class Row>
+template <class M, class Row, class L = LanesOf<M::kDepth>>
 struct PairRules {
-  using L = LanesOf<M::kDepth>;
   // Lanes holding the row's red or blue samples.
   static __m128i Sites() {
     return Row::SiteAt(1) ? L::EvenLanes() : _mm_xor_si128(L::EvenLanes(), _mm_set1_epi32(-1));
@@ -204,7 +213,7 @@ struct Vec {
   template <class M, class Row>
   static uint32_t DupPairs(const uint8_t* here, const uint8_t* other, uint8_t* out, uint32_t count,
                            const Arith<M::kDepth>& a) {
-    return Blocks<M, Row>(count, a, out, [&](const LanesOf<M::kDepth>& l, uint32_t x) {
+    return Blocks<M, Row, LanesOf<M::kDepth>>(count, a, out, [&](const LanesOf<M::kDepth>& l, uint32_t x) {
       return PairRules<M, Row>::Dup(l, here, other, x);
     });
   }
@@ -212,18 +221,25 @@ struct Vec {
   template <class M, class Row>
   static uint32_t MeanPairs(const uint8_t* above, const uint8_t* here, const uint8_t* below, uint8_t* out,
                             uint32_t count, const Arith<M::kDepth>& a) {
-    return Blocks<M, Row>(count, a, out, [&](const LanesOf<M::kDepth>& l, uint32_t x) {
-      return PairRules<M, Row>::Mean(l, above, here, below, x);
-    });
+    if constexpr (M::kDepth == Depth::BAYn && kByteChannels<M::kPacking>) {
+      if (WordLanesT<true>::Usable(a)) return MeanBlocks<M, Row, WordLanesT<true>>(above, here, below, out, count, a);
+    }
+    return MeanBlocks<M, Row, LanesOf<M::kDepth>>(above, here, below, out, count, a);
   }
 
  private:
   static constexpr uint32_t kPairsPerBlock = 8;
 
+  template <class M, class Row, class L>
+  static uint32_t MeanBlocks(const uint8_t* above, const uint8_t* here, const uint8_t* below, uint8_t* out,
+                             uint32_t count, const Arith<M::kDepth>& a) {
+    return Blocks<M, Row, L>(count, a, out,
+                             [&](const L& l, uint32_t x) { return PairRules<M, Row, L>::Mean(l, above, here, below, x); });
+  }
+
   // Whole blocks of pairs from pair 0 while they last; returns the pairs done.
-  template <class M, class Row, class Rules>
+  template <class M, class Row, class L, class Rules>
   static uint32_t Blocks(uint32_t count, const Arith<M::kDepth>& a, uint8_t* out, Rules rules) {
-    using L = LanesOf<M::kDepth>;
     if (!L::Usable(a)) return 0;
     const L l(a);
     uint32_t k = 0;
