@@ -16,11 +16,37 @@
 
 namespace qvi::convert {
 
+// Whether a line's source and destination bytes are apart, so that the
+// line's source still holds its original bytes once pixels are written.
+inline bool Apart(const uint8_t* s, uint64_t src_bytes, const uint8_t* d, uint64_t dst_bytes) {
+  const uintptr_t sa = reinterpret_cast<uintptr_t>(s), da = reinterpret_cast<uintptr_t>(d);
+  return sa + src_bytes <= da || da + dst_bytes <= sa;
+}
+
+// LastBlockOverlaps: when V's blocks leave a tail of a line of `count`
+// pixels and did at least one block, one more block ending at the last
+// pixel does the tail, converting some pixels again to the values they
+// already hold (every pixel depends on its own source bytes alone).  Not
+// where the line's source and destination meet: the source might no longer
+// hold what the first pass read.  Returns whether it did.
+template <class Line, class R, class W, class V>
+bool OverlappingLastBlock(const uint8_t* s, uint8_t* d, uint32_t done, uint32_t count, uint32_t w) {
+  if constexpr (V::kBlock > 0) {
+    if (done < count && done >= V::kBlock && Apart(s, Line::SrcAdvance(w), d, Line::DstAdvance(w))) {
+      const uint32_t first = count - V::kBlock;
+      V::template Pixels<R, W>(s + Line::SrcBytesBefore(first), d + uint64_t{first} * W::kBytes, V::kBlock);
+      return true;
+    }
+  }
+  return false;
+}
+
 // One pixel read, one pixel written.  V, the vector policy, does a leading
 // run of the line's pixels; the loop does the rest.
 template <class R, class W, class V>
 struct PixelLine {
   static uint64_t SrcAdvance(uint32_t w) { return uint64_t{w} * R::kBytes; }
+  static uint64_t SrcBytesBefore(uint32_t x) { return uint64_t{x} * R::kBytes; }
   static uint64_t DstAdvance(uint32_t w) { return uint64_t{w} * W::kBytes; }
   static uint32_t SrcGap(uint32_t stride, uint32_t w) {
     return buffer::LineGap(stride, w * R::kBytes, buffer::GapRounding(R::kBytes));
@@ -30,6 +56,7 @@ struct PixelLine {
   }
   static void Row(const uint8_t* s, uint8_t* d, uint32_t w) {
     const uint32_t done = V::template Pixels<R, W>(s, d, w);
+    if (OverlappingLastBlock<PixelLine, R, W, V>(s, d, done, w, w)) return;
     s += uint64_t{done} * R::kBytes;
     d += uint64_t{done} * W::kBytes;
     for (uint32_t x = done; x < w; ++x, s += R::kBytes, d += W::kBytes) W::Put(d, R::Get(s));
@@ -44,6 +71,7 @@ template <class R, class W, class V>
 struct PairLine {
   static uint64_t Pairs(uint32_t w) { return (uint64_t{w} + 1) / 2; }
   static uint64_t SrcAdvance(uint32_t w) { return Pairs(w) * R::kStepBytes; }
+  static uint64_t SrcBytesBefore(uint32_t x) { return uint64_t{x / 2} * R::kStepBytes; }  // x even
   static uint64_t DstAdvance(uint32_t w) { return Pairs(w) * 2 * W::kBytes; }
   static uint32_t SrcGap(uint32_t stride, uint32_t w) {
     return buffer::LineGap(stride, R::LineBytes(w), R::kGapRounding);
@@ -53,6 +81,7 @@ struct PairLine {
   }
   static void Row(const uint8_t* s, uint8_t* d, uint32_t w) {
     const uint32_t done = V::template Pairs<R, W>(s, d, w);  // even
+    if (OverlappingLastBlock<PairLine, R, W, V>(s, d, done, static_cast<uint32_t>(2 * Pairs(w)), w)) return;
     s += uint64_t{done / 2} * R::kStepBytes;
     d += uint64_t{done} * W::kBytes;
     for (uint32_t x = done; x < w; x += 2, s += R::kStepBytes, d += 2 * W::kBytes) {

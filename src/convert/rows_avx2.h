@@ -198,6 +198,7 @@ QVI_AVX2 uint32_t Yuv422Rows(const uint8_t* s, uint8_t* d, uint32_t w) {
 }
 
 struct Vec {
+  static constexpr uint32_t kBlock = avx2::kBlock;
   template <class R, class W>
   QVI_AVX2 static uint32_t Pixels(const uint8_t* s, uint8_t* d, uint32_t w) {
     constexpr LineKernel kKernel = kLineKernel<R, W>;

@@ -192,6 +192,7 @@ uint32_t Yuv422Rows(const uint8_t* s, uint8_t* d, uint32_t w) {
 
 // The policy PixelLine and PairLine call.
 struct Vec {
+  static constexpr uint32_t kBlock = sse2::kBlock;
   template <class R, class W>
   static uint32_t Pixels(const uint8_t* s, uint8_t* d, uint32_t w) {
     constexpr LineKernel kKernel = kLineKernel<R, W>;

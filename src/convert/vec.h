@@ -19,6 +19,7 @@
 namespace qvi::convert {
 
 struct NoVec {
+  static constexpr uint32_t kBlock = 0;
   template <class R, class W>
   static uint32_t Pixels(const uint8_t*, uint8_t*, uint32_t) {
     return 0;

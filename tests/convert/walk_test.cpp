@@ -99,6 +99,23 @@ TEST(Walk, AStrideSmallerThanALineOverlapsLinesInsideTheBuffer) {
   EXPECT_EQ(one.bytes(), (std::vector<uint8_t>{0x77, kCanary}));
 }
 
+// Formats of one pixel size convert in place as they would from a copy,
+// also at widths whose last vector block would overlap the one before
+// (the X bytes keep what the source had there).
+TEST(Walk, ConvertingInPlaceGivesTheResultOfConvertingACopy) {
+  ResetFakeBuffers();
+  for (auto [from, to, bytes] : {std::tuple{FMT_BGR24, FMT_RGB24, 3u}, {FMT_RGB30, FMT_BGRX32, 4u}}) {
+    for (uint32_t w : {7u, 33u, 75u}) {
+      TestImage image(from, w, 3, w * bytes), source(from, w, 3, w * bytes), copy(to, w, 3, w * bytes);
+      for (size_t i = 0; i < image.bytes().size(); ++i) image.bytes()[i] = static_cast<uint8_t>(i * 37 + 11);
+      source.bytes() = copy.bytes() = image.bytes();  // X bytes as in place
+      ASSERT_EQ(QVI_Convert(source.handle(), copy.handle()), STATUS_OK) << std::hex << from << " " << to;
+      ASSERT_EQ(QVI_Convert(image.handle(), AddFakeBuffer(image.data(), to, w, 3, w * bytes)), STATUS_OK);
+      EXPECT_EQ(image.bytes(), copy.bytes()) << std::hex << from << " " << std::dec << w;
+    }
+  }
+}
+
 // RGB30 -> RGB48: red from the pixel's own word, green and blue from the
 // next; a line's last pixel reads the word after the line.  At the end of the
 // source buffer there is no such word and the pixel uses its own.
