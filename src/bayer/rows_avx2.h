@@ -143,21 +143,28 @@ QVI_AVX2 inline __m256i Word565(__m256i hi, __m256i g, __m256i lo) {
       _mm256_srli_epi16(lo, 3));
 }
 
-// The low bytes of 2 x 16 words, in the order of _mm256_packus_epi16: the
-// halves hold words 0-7 and 16-23, then 8-15 and 24-31.
-QVI_AVX2 inline __m256i LowBytesPacked(__m256i lo, __m256i hi) {
-  const __m256i mask = _mm256_set1_epi16(0x00FF);
-  return _mm256_packus_epi16(_mm256_and_si256(lo, mask), _mm256_and_si256(hi, mask));
-}
-// The same in order.
+// The low bytes of 2 x 16 words, in order.
 QVI_AVX2 inline __m256i LowBytes(__m256i lo, __m256i hi) {
-  return _mm256_permute4x64_epi64(LowBytesPacked(lo, hi), 0xD8);
+  const __m256i mask = _mm256_set1_epi16(0x00FF);
+  return _mm256_permute4x64_epi64(_mm256_packus_epi16(_mm256_and_si256(lo, mask), _mm256_and_si256(hi, mask)), 0xD8);
 }
 
 // 32 bytes as 2 x 16 words, in order.
 QVI_AVX2 inline void Widen(__m256i v, __m256i* lo, __m256i* hi) {
   *lo = _mm256_cvtepu8_epi16(_mm256_castsi256_si128(v));
   *hi = _mm256_cvtepu8_epi16(_mm256_extracti128_si256(v, 1));
+}
+
+// Sixteen pixels' 32-bit pixels from 16-bit lanes of three colours, in
+// order over two vectors: bytes 0, 1 and 2 the low bytes of c0, c1 and c2,
+// byte 3 (an X byte) the high byte of c2, or 0 with kZeroTop.
+template <bool kZeroTop>
+QVI_AVX2_INLINE inline void WordsToPixels(__m256i c0, __m256i c1, __m256i c2, __m256i* first8, __m256i* next8) {
+  const __m256i c01 = _mm256_blendv_epi8(c0, _mm256_slli_epi16(c1, 8), _mm256_set1_epi16(static_cast<short>(0xFF00)));
+  if constexpr (kZeroTop) c2 = _mm256_and_si256(c2, _mm256_set1_epi16(0x00FF));
+  const __m256i lo = _mm256_unpacklo_epi16(c01, c2), hi = _mm256_unpackhi_epi16(c01, c2);
+  *first8 = _mm256_permute2x128_si256(lo, hi, 0x20);
+  *next8 = _mm256_permute2x128_si256(lo, hi, 0x31);
 }
 
 // Packer<P>::Store for 32 pixels given as two vectors of each colour (16-bit
@@ -179,14 +186,18 @@ QVI_AVX2_INLINE inline void Put(uint8_t* out, const Rgb* halves) {
       StoreU(out + 32 * i, P == Packing::RGB16 ? Word565(w[i].r, w[i].g, w[i].b) : Word565(w[i].b, w[i].g, w[i].r));
     }
   } else if constexpr (kWords && P != Packing::BGR24) {
-    const Rgb v = {LowBytesPacked(halves[0].r, halves[1].r), LowBytesPacked(halves[0].g, halves[1].g),
-                   LowBytesPacked(halves[0].b, halves[1].b)};
-    if constexpr (P == Packing::BGRX32) {
-      qvi::avx2::Store32KeepingX<0, false, kMasked>(out, qvi::avx2::Interleave<true>(v.b, v.g, v.r));
-    } else {
-      static_assert(P == Packing::RGBX32);
-      qvi::avx2::Store32KeepingX<0, false, kMasked>(out, qvi::avx2::Interleave<true>(v.r, v.g, v.b));
+    // The X byte is not stored with kMasked; the merging store wants it 0.
+    qvi::avx2::Quads q;
+    for (int i = 0; i < 2; ++i) {
+      const Rgb& h = halves[i];
+      if constexpr (P == Packing::BGRX32) {
+        WordsToPixels<!kMasked>(h.b, h.g, h.r, &q.q[2 * i], &q.q[2 * i + 1]);
+      } else {
+        static_assert(P == Packing::RGBX32);
+        WordsToPixels<!kMasked>(h.r, h.g, h.b, &q.q[2 * i], &q.q[2 * i + 1]);
+      }
     }
+    qvi::avx2::Store32KeepingX<0, false, kMasked>(out, q);
   } else {
     Rgb v = halves[0];
     if constexpr (kWords) {
