@@ -170,7 +170,12 @@ void WalkRoute(const buffer::ConversionPair& p) {
     using W = Writer<D>;
     if constexpr (sse2::kLineKernel<R, W> != sse2::LineKernel::kNone) {
       if (CpuHasAvx2()) {
-        WalkLines<typename RouteLine<S, D, avx2::Vec>::type>(p);
+        if (avx2::kMaskedStoresPay<R, W> && CpuHasMaskedStores()) {
+          WalkLines<typename RouteLine<S, D, std::conditional_t<avx2::kMaskedStoresPay<R, W>, avx2::MaskedVec,
+                                                                 avx2::Vec>>::type>(p);
+        } else {
+          WalkLines<typename RouteLine<S, D, avx2::Vec>::type>(p);
+        }
         return qvi::avx2::LeaveAvx2();
       }
     }

@@ -118,14 +118,14 @@ QVI_AVX2 inline __m256i Low16(__m256i a, __m256i b) {
   return _mm256_permute4x64_epi64(_mm256_packus_epi32(a, b), 0xD8);
 }
 
-template <class W>
+template <class W, bool kMasked>
 QVI_AVX2 uint32_t Bgr24Rows(const uint8_t* s, uint8_t* d, uint32_t w) {
   uint32_t x = 0;
   for (; w - x >= kBlock; x += kBlock, s += 3 * kBlock, d += kBlock * W::kBytes) {
     if constexpr (kBytes24<W>) {
       qvi::avx2::Store24(d, qvi::avx2::Load24<W::kRedFirst>(s));
     } else if constexpr (kBytes32<W>) {
-      qvi::avx2::Store32KeepingX<W::kColourOffset, true>(d, qvi::avx2::Load24<W::kRedFirst, W::kColourOffset>(s));
+      qvi::avx2::Store32KeepingX<W::kColourOffset, true, kMasked>(d, qvi::avx2::Load24<W::kRedFirst, W::kColourOffset>(s));
     } else {
       const Quads q = qvi::avx2::Load24(s);
       StoreU(d, Low16(PackedWord<W>(q.q[0]), PackedWord<W>(q.q[1])));
@@ -154,7 +154,7 @@ QVI_AVX2 inline void PerPixel(__m256i first, __m256i second, __m256i* for_first,
   *for_second = _mm256_unpackhi_epi16(terms, terms);
 }
 
-template <class W>
+template <class W, bool kMasked>
 QVI_AVX2 uint32_t Yuv422Rows(const uint8_t* s, uint8_t* d, uint32_t w) {
   const __m256i low = _mm256_set1_epi16(0x00FF), offset = _mm256_set1_epi16(128);
   const __m256i to_b = _mm256_set1_epi32(1815), to_r = _mm256_set1_epi32(1436 << 16);
@@ -191,21 +191,32 @@ QVI_AVX2 uint32_t Yuv422Rows(const uint8_t* s, uint8_t* d, uint32_t w) {
     } else {
       const Quads q =
           W::kRedFirst ? qvi::avx2::Interleave<true>(rr, gg, bb) : qvi::avx2::Interleave<true>(bb, gg, rr);
-      qvi::avx2::Store32KeepingX<W::kColourOffset>(d, q);
+      qvi::avx2::Store32KeepingX<W::kColourOffset, false, kMasked>(d, q);
     }
   }
   return x;
 }
 
-struct Vec {
+// Routes whose kernels keep X bytes (colour into 32-bit pixels) and may
+// store with byte masks where the processor has them (MaskedVec).
+// Measured: with the destination's next lines asked for ahead, the masked
+// stores beat reading and merging.
+template <class R, class W>
+inline constexpr bool kMaskedStoresPay =
+    (kLineKernel<R, W> == LineKernel::kBgr24 || kLineKernel<R, W> == LineKernel::kYuv422) && kBytes32<W>;
+
+// kMasked: the X-keeping stores use byte masks; only run where
+// CpuHasMaskedStores().
+template <bool kMasked>
+struct VecT {
   static constexpr uint32_t kBlock = avx2::kBlock;
   template <class R, class W>
   QVI_AVX2 static uint32_t Pixels(const uint8_t* s, uint8_t* d, uint32_t w) {
     constexpr LineKernel kKernel = kLineKernel<R, W>;
     if constexpr (kKernel == LineKernel::kGrey) return GreyRows<R, W>(s, d, w);
-    if constexpr (kKernel == LineKernel::kBgr24) return Bgr24Rows<W>(s, d, w);
+    if constexpr (kKernel == LineKernel::kBgr24) return Bgr24Rows<W, kMasked>(s, d, w);
     if constexpr (kKernel == LineKernel::kReversedBgrx32) return ReversedBgrx32Rows(s, d, w);
-    if constexpr (kKernel == LineKernel::kYuv422) return Yuv422Rows<W>(s, d, w);
+    if constexpr (kKernel == LineKernel::kYuv422) return Yuv422Rows<W, kMasked>(s, d, w);
     return 0;
   }
   template <class R, class W>
@@ -213,5 +224,7 @@ struct Vec {
     return Pixels<R, W>(s, d, w);
   }
 };
+using Vec = VecT<false>;
+using MaskedVec = VecT<true>;
 
 }  // namespace qvi::convert::avx2

@@ -137,12 +137,21 @@ using Walk = void (*)(const buffer::ConversionPair&);
 struct RouteTwins {
   Fmt source, destination;
   Walk portable;
-  Walk fast[2];  // SSE2, AVX2
+  Walk fast[3];  // as Twins::fast
 };
 
-#define QVI_PIXELS(S, D)                                                                    \
-  {Fmt::S, Fmt::D, &convert::WalkRoute<Fmt::S, Fmt::D, convert::NoVec>,                    \
-   {&convert::WalkRoute<Fmt::S, Fmt::D, convert::sse2::Vec>, &convert::WalkRoute<Fmt::S, Fmt::D, convert::avx2::Vec>}},
+template <Fmt S, Fmt D>
+constexpr Walk MaskedRoute() {
+  if constexpr (convert::avx2::kMaskedStoresPay<convert::Reader<S>, convert::Writer<D>>) {
+    return &convert::WalkRoute<S, D, convert::avx2::MaskedVec>;
+  }
+  return nullptr;
+}
+
+#define QVI_PIXELS(S, D)                                                                                \
+  {Fmt::S, Fmt::D, &convert::WalkRoute<Fmt::S, Fmt::D, convert::NoVec>,                                \
+   {&convert::WalkRoute<Fmt::S, Fmt::D, convert::sse2::Vec>, &convert::WalkRoute<Fmt::S, Fmt::D, convert::avx2::Vec>, \
+    MaskedRoute<Fmt::S, Fmt::D>()}},
 #define QVI_COPY(S, D) QVI_PIXELS(S, D)
 #define QVI_BAYER(S, D)
 const RouteTwins kRouteTwins[] = {
@@ -181,8 +190,8 @@ TEST(Differential, EveryConversionRouteMatchesThePortableLoop) {
         p.src_height = p.dst_height = h;
         p.dst = portable.data() + g.dst_offset;
         route.portable(p);
-        for (int kind = 0; kind < 2; ++kind) {
-          if (!CanRun(kind)) continue;
+        for (int kind = 0; kind < 3; ++kind) {
+          if (!CanRun(kind) || route.fast[kind] == nullptr) continue;
           std::vector<uint8_t> fast(portable.size(), kCanary);
           p.dst = fast.data() + g.dst_offset;
           route.fast[kind](p);
