@@ -233,8 +233,9 @@ struct Vec {
   template <class M, class Row, class L>
   static uint32_t MeanBlocks(const uint8_t* above, const uint8_t* here, const uint8_t* below, uint8_t* out,
                              uint32_t count, const Arith<M::kDepth>& a) {
-    return Blocks<M, Row, L>(count, a, out,
-                             [&](const L& l, uint32_t x) { return PairRules<M, Row, L>::Mean(l, above, here, below, x); });
+    return Blocks<M, Row, L>(count, a, out, [&](const L& l, uint32_t x) {
+      return PairRules<M, Row, L>::Mean(l, above, here, below, x);
+    });
   }
 
   // Whole blocks of pairs from pair 0 while they last; returns the pairs done.

@@ -125,7 +125,8 @@ QVI_AVX2 uint32_t Bgr24Rows(const uint8_t* s, uint8_t* d, uint32_t w) {
     if constexpr (kBytes24<W>) {
       qvi::avx2::Store24(d, qvi::avx2::Load24<W::kRedFirst>(s));
     } else if constexpr (kBytes32<W>) {
-      qvi::avx2::Store32KeepingX<W::kColourOffset, true, kMasked>(d, qvi::avx2::Load24<W::kRedFirst, W::kColourOffset>(s));
+      const Quads placed = qvi::avx2::Load24<W::kRedFirst, W::kColourOffset>(s);
+      qvi::avx2::Store32KeepingX<W::kColourOffset, true, kMasked>(d, placed);
     } else {
       const Quads q = qvi::avx2::Load24(s);
       StoreU(d, Low16(PackedWord<W>(q.q[0]), PackedWord<W>(q.q[1])));
