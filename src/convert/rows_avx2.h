@@ -145,22 +145,23 @@ QVI_AVX2 inline uint32_t ReversedBgrx32Rows(const uint8_t* s, uint8_t* d, uint32
 }
 
 // The chroma terms of eight pairs, one 16-bit term per pixel, lined up with
-// the pixels' luma.  `v` holds the pairs as Y0 U Y1 V bytes.  Blue and red
-// take one high multiply of the chroma, scaled by 64, with 1815 and 1436:
-// floor(64 c k / 2^16) is floor(c k / 2^10), the arithmetic shift of the
-// portable loop.  Green's two products are summed in 32 bits first.
+// the pixels' luma.  `v` holds the pairs as Y0 U Y1 V bytes.  Each product is
+// taken of the chroma scaled by 64, so the high 16 bits of the product (or,
+// for green, of the sum of two) are the portable loop's arithmetic shift by
+// 10: floor(64 p / 2^16) is floor(p / 2^10).
 struct ChromaTerms {
   __m256i to_b, from_g, to_r;
 };
 QVI_AVX2 inline ChromaTerms Chroma(__m256i v) {
-  const __m256i uv = _mm256_sub_epi16(_mm256_srli_epi16(v, 8), _mm256_set1_epi16(128));  // u, v of eight pairs
-  const __m256i br = _mm256_mulhi_epi16(_mm256_slli_epi16(uv, 6), _mm256_set1_epi32(1815 | (1436 << 16)));
-  const __m256i g = _mm256_srai_epi32(_mm256_madd_epi16(uv, _mm256_set1_epi32(352 | (731 << 16))), 10);
+  const __m256i uv64 =
+      _mm256_slli_epi16(_mm256_sub_epi16(_mm256_srli_epi16(v, 8), _mm256_set1_epi16(128)), 6);  // 64 u, 64 v
+  const __m256i br = _mm256_mulhi_epi16(uv64, _mm256_set1_epi32(1815 | (1436 << 16)));  // blue, red terms
+  const __m256i g = _mm256_madd_epi16(uv64, _mm256_set1_epi32(352 | (731 << 16)));      // green in the high word
   // Each pair's term to both its pixels: words 2k (or 2k + 1) to 2k and 2k + 1.
   const __m256i even = _mm256_setr_epi8(0, 1, 0, 1, 4, 5, 4, 5, 8, 9, 8, 9, 12, 13, 12, 13,  //
                                         0, 1, 0, 1, 4, 5, 4, 5, 8, 9, 8, 9, 12, 13, 12, 13);
   const __m256i odd = _mm256_add_epi8(even, _mm256_set1_epi8(2));
-  return {_mm256_shuffle_epi8(br, even), _mm256_shuffle_epi8(g, even), _mm256_shuffle_epi8(br, odd)};
+  return {_mm256_shuffle_epi8(br, even), _mm256_shuffle_epi8(g, odd), _mm256_shuffle_epi8(br, odd)};
 }
 
 template <class W, bool kMasked>
