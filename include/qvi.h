@@ -37,10 +37,11 @@
  *    produce inside their buffers (see Demosaicing).  Line gaps are computed
  *    modulo 2^32 and applied as a signed offset, so a stride smaller than a
  *    line makes lines overlap rather than jump four gigabytes ahead.
- *  - QVI_Convert may run in place between formats of one pixel size (source
- *    and destination the same memory at the same stride): the result is that
- *    of converting a copy.  Other overlaps of source and destination give
- *    unspecified pixel values, still inside the two buffers.
+ *  - QVI_Convert may run in place between formats of one pixel size, a
+ *    Bayer source excepted (source and destination the same memory at the
+ *    same stride): the result is that of converting a copy.  Other overlaps
+ *    of source and destination, and any for demosaicing, give unspecified
+ *    pixel values, still inside the two buffers.
  *  - A source line is read past its last pixel only where a function says so
  *    (the odd-width demosaic members; FMT_RGB30 to FMT_RGB48 only inside the
  *    buffer).
