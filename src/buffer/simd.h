@@ -34,6 +34,9 @@
 #define QVI_AVX2 __attribute__((target("avx2")))
 // For the pieces of a block's work that must not become calls of their own.
 #define QVI_AVX2_INLINE __attribute__((target("avx2"), always_inline))
+// AVX-512 kernels likewise, for the processors with its byte and word
+// instructions (BW) and its 128- and 256-bit forms (VL).
+#define QVI_AVX512 __attribute__((target("avx2,avx512f,avx512bw,avx512vl")))
 #else
 #define QVI_HAVE_AVX2 0
 #endif
@@ -63,16 +66,19 @@ struct BestVec;
 // Byte-masked stores (AVX-512 BW and VL, their register state enabled by the
 // operating system): where the processor has them, some AVX2 kernels that
 // must keep the X byte of 32-bit pixels write the other three bytes of each
-// pixel without reading the fourth (avx2.h, Store32KeepingX).  Asked on every
-// call, like CpuHasAvx2.
+// pixel without reading the fourth (avx2.h, Store32KeepingX).  The same
+// processors, with AVX-512 F, run the few 512-bit kernels (CpuHasAvx512).
+// Asked on every call, like CpuHasAvx2.
 #if QVI_HAVE_AVX2
 inline bool CpuHasAvx2() { return __builtin_cpu_supports("avx2"); }
 inline bool CpuHasMaskedStores() {
   return __builtin_cpu_supports("avx512bw") && __builtin_cpu_supports("avx512vl");
 }
+inline bool CpuHasAvx512() { return __builtin_cpu_supports("avx512f") && CpuHasMaskedStores(); }
 #else
 inline bool CpuHasAvx2() { return false; }
 inline bool CpuHasMaskedStores() { return false; }
+inline bool CpuHasAvx512() { return false; }
 #endif
 
 }  // namespace qvi

@@ -168,6 +168,12 @@ void WalkRoute(const buffer::ConversionPair& p) {
 #if QVI_HAVE_AVX2
     using R = Reader<S>;
     using W = Writer<D>;
+    if constexpr (avx512::kHasKernel<R, W>) {
+      if (CpuHasAvx512()) {
+        WalkLines<typename RouteLine<S, D, avx512::Vec>::type>(p);
+        return qvi::avx2::LeaveAvx2();
+      }
+    }
     if constexpr (sse2::kLineKernel<R, W> != sse2::LineKernel::kNone) {
       if (CpuHasAvx2()) {
         if (avx2::kMaskedStoresPay<R, W> && CpuHasMaskedStores()) {

@@ -14,6 +14,7 @@
 #endif
 #if QVI_HAVE_AVX2
 #include "convert/rows_avx2.h"
+#include "convert/rows_avx512.h"
 #endif
 
 namespace qvi::convert {
@@ -30,8 +31,9 @@ struct NoVec {
   }
 };
 
-// BestVec: the AVX2 kernel where the route has one and the processor has
-// AVX2, the SSE2 one elsewhere (WalkRoute in lines.h).
+// BestVec: the AVX-512 kernel where the route has one and the processor
+// has AVX-512, else the AVX2 kernel where the route has one and the
+// processor has AVX2, the SSE2 one elsewhere (WalkRoute in lines.h).
 using DefaultVec = QVI_DEFAULT_VEC(sse2::Vec, NoVec);
 
 }  // namespace qvi::convert

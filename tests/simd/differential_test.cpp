@@ -94,8 +94,11 @@ const Twins kDemosaicTwins[] = {
 #undef QVI_M
 
 // The vector kernels: SSE2 always, the others where the processor has them.
-constexpr const char* kKindNames[] = {"SSE2 ", "AVX2 ", "AVX2 masked "};
-bool CanRun(int kind) { return kind == 0 || (kind == 1 ? CpuHasAvx2() : CpuHasAvx2() && CpuHasMaskedStores()); }
+constexpr const char* kKindNames[] = {"SSE2 ", "AVX2 ", "AVX2 masked ", "AVX-512 "};
+bool CanRun(int kind) {
+  if (kind == 3) return CpuHasAvx512();
+  return kind == 0 || (kind == 1 ? CpuHasAvx2() : CpuHasAvx2() && CpuHasMaskedStores());
+}
 
 TEST(Differential, EveryDemosaicMemberMatchesThePortableLoop) {
   ASSERT_EQ(std::size(kDemosaicTwins), DemosaicMembers().size());
@@ -137,7 +140,7 @@ using Walk = void (*)(const buffer::ConversionPair&);
 struct RouteTwins {
   Fmt source, destination;
   Walk portable;
-  Walk fast[3];  // as Twins::fast
+  Walk fast[4];  // as Twins::fast, then AVX-512
 };
 
 template <Fmt S, Fmt D>
@@ -147,11 +150,18 @@ constexpr Walk MaskedRoute() {
   }
   return nullptr;
 }
+template <Fmt S, Fmt D>
+constexpr Walk Avx512Route() {
+  if constexpr (convert::avx512::kHasKernel<convert::Reader<S>, convert::Writer<D>>) {
+    return &convert::WalkRoute<S, D, convert::avx512::Vec>;
+  }
+  return nullptr;
+}
 
 #define QVI_PIXELS(S, D)                                                                                \
   {Fmt::S, Fmt::D, &convert::WalkRoute<Fmt::S, Fmt::D, convert::NoVec>,                                \
    {&convert::WalkRoute<Fmt::S, Fmt::D, convert::sse2::Vec>, &convert::WalkRoute<Fmt::S, Fmt::D, convert::avx2::Vec>, \
-    MaskedRoute<Fmt::S, Fmt::D>()}},
+    MaskedRoute<Fmt::S, Fmt::D>(), Avx512Route<Fmt::S, Fmt::D>()}},
 #define QVI_COPY(S, D) QVI_PIXELS(S, D)
 #define QVI_BAYER(S, D)
 const RouteTwins kRouteTwins[] = {
@@ -169,7 +179,7 @@ uint32_t SourceLineBytes(Fmt f, uint32_t w) {
 }
 
 TEST(Differential, EveryConversionRouteMatchesThePortableLoop) {
-  const uint32_t widths[] = {1, 2, 15, 16, 17, 31, 32, 33, 47, 50, 63, 64, 65, 97};
+  const uint32_t widths[] = {1, 2, 15, 16, 17, 31, 32, 33, 47, 50, 63, 64, 65, 96, 97, 129, 130};
   const uint32_t heights[] = {1, 3};
   std::mt19937 rng(11);
   uint32_t i = 0;
@@ -190,7 +200,7 @@ TEST(Differential, EveryConversionRouteMatchesThePortableLoop) {
         p.src_height = p.dst_height = h;
         p.dst = portable.data() + g.dst_offset;
         route.portable(p);
-        for (int kind = 0; kind < 3; ++kind) {
+        for (int kind = 0; kind < 4; ++kind) {
           if (!CanRun(kind) || route.fast[kind] == nullptr) continue;
           std::vector<uint8_t> fast(portable.size(), kCanary);
           p.dst = fast.data() + g.dst_offset;
