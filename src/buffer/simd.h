@@ -35,8 +35,8 @@
 // For the pieces of a block's work that must not become calls of their own.
 #define QVI_AVX2_INLINE __attribute__((target("avx2"), always_inline))
 // AVX-512 kernels likewise, for the processors with its byte and word
-// instructions (BW) and its 128- and 256-bit forms (VL).
-#define QVI_AVX512 __attribute__((target("avx2,avx512f,avx512bw,avx512vl")))
+// instructions (BW), its 128- and 256-bit forms (VL) and byte permutes (VBMI).
+#define QVI_AVX512 __attribute__((target("avx2,avx512f,avx512bw,avx512vl,avx512vbmi")))
 #else
 #define QVI_HAVE_AVX2 0
 #endif
@@ -66,15 +66,17 @@ struct BestVec;
 // Byte-masked stores (AVX-512 BW and VL, their register state enabled by the
 // operating system): where the processor has them, some AVX2 kernels that
 // must keep the X byte of 32-bit pixels write the other three bytes of each
-// pixel without reading the fourth (avx2.h, Store32KeepingX).  The same
-// processors, with AVX-512 F, run the few 512-bit kernels (CpuHasAvx512).
+// pixel without reading the fourth (avx2.h, Store32KeepingX).  Those with
+// AVX-512 F and VBMI as well run the AVX-512 kernels (CpuHasAvx512).
 // Asked on every call, like CpuHasAvx2.
 #if QVI_HAVE_AVX2
 inline bool CpuHasAvx2() { return __builtin_cpu_supports("avx2"); }
 inline bool CpuHasMaskedStores() {
   return __builtin_cpu_supports("avx512bw") && __builtin_cpu_supports("avx512vl");
 }
-inline bool CpuHasAvx512() { return __builtin_cpu_supports("avx512f") && CpuHasMaskedStores(); }
+inline bool CpuHasAvx512() {
+  return __builtin_cpu_supports("avx512f") && CpuHasMaskedStores() && __builtin_cpu_supports("avx512vbmi");
+}
 #else
 inline bool CpuHasAvx2() { return false; }
 inline bool CpuHasMaskedStores() { return false; }

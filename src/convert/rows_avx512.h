@@ -1,18 +1,20 @@
-// AVX-512 line kernels of the conversions whose AVX2 kernels are bound by
-// their arithmetic rather than by memory: 4:2:2 luma/chroma into the 32-bit
-// formats, sixty-four pixels a block, with the same arithmetic as the AVX2
-// kernel.  Each kernel hands what is left of a line to the AVX2 kernel of
-// its route, and reads and writes exactly its pixels' bytes; X bytes are
-// never read, the colour bytes around them are stored with byte masks.
-//
-// Measured and left to AVX2, because memory bounds them on large frames and
-// the wider kernels came out slower there: deep grey into 8-bit grey, BGR24
-// into the 5:6:5 and 5:5:5 formats, BGRX32 into BGR24.
+// AVX-512 line kernels of the conversions.  4:2:2 luma/chroma into the
+// 32-bit formats runs 512 bits wide, sixty-four pixels a block, with the
+// AVX2 kernel's arithmetic; X bytes are never read, the colour bytes around
+// them are stored with byte masks.  BGR24 into the 5:6:5 and 5:5:5 formats,
+// BGRX32 into BGR24 and deep grey into 8-bit grey run 256 bits wide: byte
+// permutes across two registers (VBMI) and three-input logic replace the
+// AVX2 kernels' chains of shuffles, shifts and masks.  (Measured: 512-bit
+// loads and stores made those three slower on large frames than the AVX2
+// kernels, though faster in cache.)  Each kernel reads and writes exactly
+// its pixels' bytes and hands what is left of a line to the AVX2 kernel of
+// its route, or to the portable loop.
 #pragma once
 
 #include <immintrin.h>
 
 #include <cstdint>
+#include <type_traits>
 
 #include "convert/rows_avx2.h"
 
@@ -22,9 +24,13 @@ using sse2::kBytes32;
 using sse2::kLineKernel;
 using sse2::LineKernel;
 
-// Routes with a kernel here; the rest of the policy's work is AVX2's.
+// Routes with a kernel here.
 template <class R, class W>
-inline constexpr bool kHasKernel = kLineKernel<R, W> == LineKernel::kYuv422 && kBytes32<W>;
+inline constexpr bool kHasKernel = (kLineKernel<R, W> == LineKernel::kYuv422 && kBytes32<W>) ||
+                                   (kLineKernel<R, W> == LineKernel::kBgr24 && (sse2::k565<W> || sse2::k555<W>)) ||
+                                   kLineKernel<R, W> == LineKernel::kReversedBgrx32 ||
+                                   (kLineKernel<R, W> == LineKernel::kGrey && std::is_same_v<W, Writer<Fmt::Y8>> &&
+                                    !std::is_same_v<R, Reader<Fmt::Y8>>);
 
 // A table of 64 byte indices, for the byte permutes and shuffles.
 struct alignas(64) Table {
@@ -110,15 +116,101 @@ QVI_AVX512 uint32_t Yuv422Rows(const uint8_t* s, uint8_t* d, uint32_t w) {
   return x + avx2::Yuv422Rows<W, true>(s, d, w - x);
 }
 
-// The policy: blocks of the kernels above, then 32-pixel AVX2 blocks (so
-// kBlock, the smallest block it does, is AVX2's).  Only reached where
-// CpuHasAvx512(); the AVX2 blocks may then store with masks.
+// ---- BGR24 into 5:6:5 and 5:5:5: 16 pixels a block, in 256-bit registers. ----
+
+struct alignas(32) Table32 {
+  uint8_t b[32];
+};
+template <class F>
+constexpr Table32 MakeTable32(F index_of) {
+  Table32 t{};
+  for (int i = 0; i < 32; ++i) t.b[i] = static_cast<uint8_t>(index_of(i));
+  return t;
+}
+QVI_AVX512 inline __m256i Load(const Table32& t) { return _mm256_load_si256(reinterpret_cast<const __m256i*>(t.b)); }
+// The 48 source bytes are read as bytes 0-31 and 16-47; index k < 32 of a
+// two-register permute is source byte k, index 32 + j is source byte 16 + j.
+constexpr int SourceByte48(int k) { return k < 32 ? k : k + 16; }
+template <int kLowByte, int kHighByte>
+inline constexpr Table32 kWordOf =
+    MakeTable32([](int i) { return SourceByte48(3 * (i / 2) + (i % 2 ? kHighByte : kLowByte)); });
+
+template <class W>
+QVI_AVX512 uint32_t Packed16Rows(const uint8_t* s, uint8_t* d, uint32_t w) {
+  constexpr int kHigh = W::kRedInHighField ? 2 : 0, kLow = 2 - kHigh;  // byte offsets in a BGR24 pixel
+  constexpr bool kSix = sse2::k565<W>;
+  const __m256i x_index = Load(kWordOf<1, kHigh>), y_index = Load(kWordOf<kLow, 1>);
+  const __m256i high_field = _mm256_set1_epi16(kSix ? static_cast<short>(0xF800) : static_cast<short>(0xFC00));
+  const __m256i low_field = _mm256_set1_epi16(0x001F);
+  uint32_t x = 0;
+  for (; w - x >= 16; x += 16, s += 48, d += 32) {
+    const __m256i a = qvi::avx2::LoadU(s), b = qvi::avx2::LoadU(s + 16);
+    const __m256i hi_g = _mm256_permutex2var_epi8(a, x_index, b), g_lo = _mm256_permutex2var_epi8(a, y_index, b);
+    const __m256i high = kSix ? hi_g : _mm256_srli_epi16(hi_g, 1);
+    const __m256i middle = _mm256_srli_epi16(g_lo, kSix ? 5 : 6), low = _mm256_srli_epi16(g_lo, 3);
+    const __m256i below = _mm256_ternarylogic_epi32(low_field, low, middle, 0xCA);
+    qvi::avx2::StoreU(d, _mm256_ternarylogic_epi32(high_field, high, below, 0xCA));
+  }
+  return x;
+}
+
+// ---- BGRX32 into BGR24, bytes reversed: 32 pixels a block. ----
+
+// Output register r (bytes 32r..32r+31) from source registers r and r + 1:
+// output byte k is source byte 4 (k / 3) + 2 - k % 3.
+template <int kR>
+inline constexpr Table32 kReversedFrom = MakeTable32([](int i) {
+  const int k = 32 * kR + i;
+  return 4 * (k / 3) + 2 - k % 3 - 32 * kR;
+});
+
+QVI_AVX512 inline uint32_t ReversedBgrx32Rows(const uint8_t* s, uint8_t* d, uint32_t w) {
+  const __m256i i0 = Load(kReversedFrom<0>), i1 = Load(kReversedFrom<1>), i2 = Load(kReversedFrom<2>);
+  uint32_t x = 0;
+  for (; w - x >= 32; x += 32, s += 128, d += 96) {
+    const __m256i a = qvi::avx2::LoadU(s), b = qvi::avx2::LoadU(s + 32);
+    const __m256i c = qvi::avx2::LoadU(s + 64), e = qvi::avx2::LoadU(s + 96);
+    qvi::avx2::StoreU(d, _mm256_permutex2var_epi8(a, i0, b));
+    qvi::avx2::StoreU(d + 32, _mm256_permutex2var_epi8(b, i1, c));
+    qvi::avx2::StoreU(d + 64, _mm256_permutex2var_epi8(c, i2, e));
+  }
+  return x;
+}
+
+// ---- Deep grey into 8-bit grey: 32 pixels a block. ----
+
+// Byte 2i of the 64 bytes of two registers: the low byte of each word.
+inline constexpr Table32 kLowBytes = MakeTable32([](int i) { return 2 * i; });
+
+template <class R>
+QVI_AVX512 uint32_t DeepGreyRows(const uint8_t* s, uint8_t* d, uint32_t w) {
+  constexpr int kShift = static_cast<int>(R::kSignificantBits) - 8;
+  const __m256i low = Load(kLowBytes);
+  uint32_t x = 0;
+  for (; w - x >= 32; x += 32, s += 64, d += 32) {
+    const __m256i a = _mm256_srli_epi16(qvi::avx2::LoadU(s), kShift);
+    const __m256i b = _mm256_srli_epi16(qvi::avx2::LoadU(s + 32), kShift);
+    qvi::avx2::StoreU(d, _mm256_permutex2var_epi8(a, low, b));  // the low 8 bits of each reduced value
+  }
+  return x;
+}
+
+// The policy: the kernels above.  Each does any whole 32 pixels it is given
+// (kBlock, as AVX2's); the 4:2:2 kernel finishes with AVX2 blocks, which may
+// store with masks.  Only reached where CpuHasAvx512().
 struct Vec {
   static constexpr uint32_t kBlock = avx2::kBlock;
   template <class R, class W>
   QVI_AVX512 static uint32_t Pixels(const uint8_t* s, uint8_t* d, uint32_t w) {
-    if constexpr (kHasKernel<R, W>) {
+    constexpr LineKernel kKernel = kHasKernel<R, W> ? kLineKernel<R, W> : LineKernel::kNone;
+    if constexpr (kKernel == LineKernel::kYuv422) {
       return Yuv422Rows<W>(s, d, w);
+    } else if constexpr (kKernel == LineKernel::kBgr24) {
+      return Packed16Rows<W>(s, d, w);
+    } else if constexpr (kKernel == LineKernel::kReversedBgrx32) {
+      return ReversedBgrx32Rows(s, d, w);
+    } else if constexpr (kKernel == LineKernel::kGrey) {
+      return DeepGreyRows<R>(s, d, w);
     } else {
       return 0;  // never dispatched here (WalkRoute)
     }
