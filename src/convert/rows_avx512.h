@@ -2,11 +2,11 @@
 // 32-bit formats runs 512 bits wide, sixty-four pixels a block, with the
 // AVX2 kernel's arithmetic; X bytes are never read, the colour bytes around
 // them are stored with byte masks.  BGR24 into the 5:6:5 and 5:5:5 formats,
-// BGRX32 into BGR24 and deep grey into 8-bit grey run 256 bits wide: byte
-// permutes across two registers (VBMI) and three-input logic replace the
-// AVX2 kernels' chains of shuffles, shifts and masks.  (Measured: 512-bit
-// loads and stores made those three slower on large frames than the AVX2
-// kernels, though faster in cache.)  Each kernel reads and writes exactly
+// BGRX32 into BGR24, deep grey into 8-bit grey and 8-bit grey into the
+// 24-bit formats run 256 bits wide: byte permutes (VBMI) and three-input
+// logic replace the AVX2 kernels' chains of shuffles, shifts and masks.
+// (Measured: 512-bit loads and stores made the first three slower on large
+// frames than the AVX2 kernels, though faster in cache.)  Each kernel reads and writes exactly
 // its pixels' bytes and hands what is left of a line to the AVX2 kernel of
 // its route, or to the portable loop.
 #pragma once
@@ -30,7 +30,8 @@ inline constexpr bool kHasKernel = (kLineKernel<R, W> == LineKernel::kYuv422 && 
                                    (kLineKernel<R, W> == LineKernel::kBgr24 && (sse2::k565<W> || sse2::k555<W>)) ||
                                    kLineKernel<R, W> == LineKernel::kReversedBgrx32 ||
                                    (kLineKernel<R, W> == LineKernel::kGrey && std::is_same_v<W, Writer<Fmt::Y8>> &&
-                                    !std::is_same_v<R, Reader<Fmt::Y8>>);
+                                    !std::is_same_v<R, Reader<Fmt::Y8>>) ||
+                                   (std::is_same_v<R, Reader<Fmt::Y8>> && sse2::kBytes24<W>);
 
 // A table of 64 byte indices, for the byte permutes and shuffles.
 struct alignas(64) Table {
@@ -195,6 +196,26 @@ QVI_AVX512 uint32_t DeepGreyRows(const uint8_t* s, uint8_t* d, uint32_t w) {
   return x;
 }
 
+// ---- 8-bit grey into the 24-bit formats: 32 pixels a block. ----
+
+// Output register r: byte k of the 96 is grey value k / 3.
+template <int kR>
+inline constexpr Table32 kTripled = MakeTable32([](int i) { return (32 * kR + i) / 3; });
+
+QVI_AVX512 inline uint32_t Grey8To24Rows(const uint8_t* s, uint8_t* d, uint32_t w) {
+  const __m256i i0 = Load(kTripled<0>), i1 = Load(kTripled<1>), i2 = Load(kTripled<2>);
+  uint32_t x = 0;
+  for (; w - x >= 32; x += 32, s += 32, d += 96) {
+    // (The all-ones zero-masking form: GCC 12's plain form warns of an
+    // uninitialised operand inside its own header.)
+    const __m256i v = qvi::avx2::LoadU(s);
+    qvi::avx2::StoreU(d, _mm256_maskz_permutexvar_epi8(~__mmask32{0}, i0, v));
+    qvi::avx2::StoreU(d + 32, _mm256_maskz_permutexvar_epi8(~__mmask32{0}, i1, v));
+    qvi::avx2::StoreU(d + 64, _mm256_maskz_permutexvar_epi8(~__mmask32{0}, i2, v));
+  }
+  return x;
+}
+
 // The policy: the kernels above.  Each does any whole 32 pixels it is given
 // (kBlock, as AVX2's); the 4:2:2 kernel finishes with AVX2 blocks, which may
 // store with masks.  Only reached where CpuHasAvx512().
@@ -209,6 +230,8 @@ struct Vec {
       return Packed16Rows<W>(s, d, w);
     } else if constexpr (kKernel == LineKernel::kReversedBgrx32) {
       return ReversedBgrx32Rows(s, d, w);
+    } else if constexpr (kKernel == LineKernel::kGrey && std::is_same_v<R, Reader<Fmt::Y8>>) {
+      return Grey8To24Rows(s, d, w);
     } else if constexpr (kKernel == LineKernel::kGrey) {
       return DeepGreyRows<R>(s, d, w);
     } else {
