@@ -33,24 +33,26 @@ inline constexpr bool kHasKernel = (kLineKernel<R, W> == LineKernel::kYuv422 && 
                                     !std::is_same_v<R, Reader<Fmt::Y8>>) ||
                                    (std::is_same_v<R, Reader<Fmt::Y8>> && sse2::kBytes24<W>);
 
-// A table of 64 byte indices, for the byte permutes and shuffles.
-struct alignas(64) Table {
-  uint8_t b[64];
+// A table of N byte indices (32 or 64), for the byte permutes and shuffles.
+template <int N>
+struct alignas(N) Table {
+  uint8_t b[N];
 };
-template <class F>
-constexpr Table MakeTable(F index_of) {
-  Table t{};
-  for (int i = 0; i < 64; ++i) t.b[i] = static_cast<uint8_t>(index_of(i));
+template <int N, class F>
+constexpr Table<N> MakeTable(F index_of) {
+  Table<N> t{};
+  for (int i = 0; i < N; ++i) t.b[i] = static_cast<uint8_t>(index_of(i));
   return t;
 }
-QVI_AVX512 inline __m512i Load(const Table& t) { return _mm512_load_si512(t.b); }
+QVI_AVX512 inline __m512i Load(const Table<64>& t) { return _mm512_load_si512(t.b); }
+QVI_AVX512 inline __m256i Load(const Table<32>& t) { return _mm256_load_si256(reinterpret_cast<const __m256i*>(t.b)); }
 QVI_AVX512 inline __m512i LoadU(const uint8_t* p) { return _mm512_loadu_si512(p); }
 
 // ---- 4:2:2 luma/chroma into the 32-bit formats: 64 pixels a block. ----
 
 // Each pair's term (word 2k or 2k + 1 of a 128-bit lane) to both its pixels.
-inline constexpr Table kEvenWords = MakeTable([](int i) { return (i % 16) / 4 * 4 + i % 2; });
-inline constexpr Table kOddWords = MakeTable([](int i) { return (i % 16) / 4 * 4 + 2 + i % 2; });
+inline constexpr Table<64> kEvenWords = MakeTable<64>([](int i) { return (i % 16) / 4 * 4 + i % 2; });
+inline constexpr Table<64> kOddWords = MakeTable<64>([](int i) { return (i % 16) / 4 * 4 + 2 + i % 2; });
 
 // As avx2::Chroma, for sixteen pairs.  64 (c - 128) comes from the chroma
 // byte with its top bit flipped, as the high byte of a word, shifted right
@@ -119,22 +121,12 @@ QVI_AVX512 uint32_t Yuv422Rows(const uint8_t* s, uint8_t* d, uint32_t w) {
 
 // ---- BGR24 into 5:6:5 and 5:5:5: 16 pixels a block, in 256-bit registers. ----
 
-struct alignas(32) Table32 {
-  uint8_t b[32];
-};
-template <class F>
-constexpr Table32 MakeTable32(F index_of) {
-  Table32 t{};
-  for (int i = 0; i < 32; ++i) t.b[i] = static_cast<uint8_t>(index_of(i));
-  return t;
-}
-QVI_AVX512 inline __m256i Load(const Table32& t) { return _mm256_load_si256(reinterpret_cast<const __m256i*>(t.b)); }
 // The 48 source bytes are read as bytes 0-31 and 16-47; index k < 32 of a
 // two-register permute is source byte k, index 32 + j is source byte 16 + j.
 constexpr int SourceByte48(int k) { return k < 32 ? k : k + 16; }
 template <int kLowByte, int kHighByte>
-inline constexpr Table32 kWordOf =
-    MakeTable32([](int i) { return SourceByte48(3 * (i / 2) + (i % 2 ? kHighByte : kLowByte)); });
+inline constexpr Table<32> kWordOf =
+    MakeTable<32>([](int i) { return SourceByte48(3 * (i / 2) + (i % 2 ? kHighByte : kLowByte)); });
 
 template <class W>
 QVI_AVX512 uint32_t Packed16Rows(const uint8_t* s, uint8_t* d, uint32_t w) {
@@ -160,7 +152,7 @@ QVI_AVX512 uint32_t Packed16Rows(const uint8_t* s, uint8_t* d, uint32_t w) {
 // Output register r (bytes 32r..32r+31) from source registers r and r + 1:
 // output byte k is source byte 4 (k / 3) + 2 - k % 3.
 template <int kR>
-inline constexpr Table32 kReversedFrom = MakeTable32([](int i) {
+inline constexpr Table<32> kReversedFrom = MakeTable<32>([](int i) {
   const int k = 32 * kR + i;
   return 4 * (k / 3) + 2 - k % 3 - 32 * kR;
 });
@@ -181,7 +173,7 @@ QVI_AVX512 inline uint32_t ReversedBgrx32Rows(const uint8_t* s, uint8_t* d, uint
 // ---- Deep grey into 8-bit grey: 32 pixels a block. ----
 
 // Byte 2i of the 64 bytes of two registers: the low byte of each word.
-inline constexpr Table32 kLowBytes = MakeTable32([](int i) { return 2 * i; });
+inline constexpr Table<32> kLowBytes = MakeTable<32>([](int i) { return 2 * i; });
 
 template <class R>
 QVI_AVX512 uint32_t DeepGreyRows(const uint8_t* s, uint8_t* d, uint32_t w) {
@@ -200,7 +192,7 @@ QVI_AVX512 uint32_t DeepGreyRows(const uint8_t* s, uint8_t* d, uint32_t w) {
 
 // Output register r: byte k of the 96 is grey value k / 3.
 template <int kR>
-inline constexpr Table32 kTripled = MakeTable32([](int i) { return (32 * kR + i) / 3; });
+inline constexpr Table<32> kTripled = MakeTable<32>([](int i) { return (32 * kR + i) / 3; });
 
 QVI_AVX512 inline uint32_t Grey8To24Rows(const uint8_t* s, uint8_t* d, uint32_t w) {
   const __m256i i0 = Load(kTripled<0>), i1 = Load(kTripled<1>), i2 = Load(kTripled<2>);
