@@ -11,8 +11,12 @@ namespace qvi::test {
 namespace {
 
 std::vector<uint8_t> Le16(std::initializer_list<uint32_t> words) {
-  std::vector<uint8_t> out;
-  for (uint32_t w : words) out.insert(out.end(), {uint8_t(w), uint8_t(w >> 8)});
+  std::vector<uint8_t> out(2 * words.size());
+  size_t i = 0;
+  for (uint32_t w : words) {
+    out[i++] = uint8_t(w);
+    out[i++] = uint8_t(w >> 8);
+  }
   return out;
 }
 std::vector<uint8_t> Le32(uint32_t w) { return {uint8_t(w), uint8_t(w >> 8), uint8_t(w >> 16), uint8_t(w >> 24)}; }

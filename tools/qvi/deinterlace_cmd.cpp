@@ -97,8 +97,8 @@ void RunDeinterlace(const DeinterlaceOptions& o, std::ostream& out) {
   std::string what = std::to_string(o.width) + " x " + std::to_string(o.height) + " " + std::string(format.name) +
                      " (" + o.parity + ") to " + std::to_string(o.width) + " x " +
                      std::to_string(frame_height) + " by " + o.method;
-  if (picture) what += ", as " + std::string(FormatOf(written).name);
-  what += " " + std::string(FileTypeName(type));
+  if (picture) what.append(", as ").append(FormatOf(written).name);
+  what.append(" ").append(FileTypeName(type));
   ForEachFrame(o, geometry, field, deinterlace, "qvi deinterlace", "field", what, out);
 }
 
