@@ -834,9 +834,10 @@ QVI_API Status QVI_FileWrite(BufferHandle buffer, const char* path, FileKind kin
  * the next line starting stride bytes after the previous one (the step is
  * stride minus the line's bytes modulo 2^32, so a stride smaller than a line
  * makes lines overlap).  They are handed to the stream in blocks of up to
- * 60 KiB built on the calling thread's stack (a thread that calls this needs
- * that much stack to spare); the file holds the same bytes as writing them
- * one at a time would.
+ * 6 KiB, and the stream writes through a 64 KiB buffer (so the file grows
+ * by whole 64 KiB writes), both on the calling thread's stack: a thread that
+ * calls this needs about 72 KiB of stack to spare.  The file holds the same
+ * bytes as writing them one at a time would.
  *
  * Safety limit of this implementation: the buffer is taken to span
  * stride x height bytes from its address (nothing if the address is 0).

@@ -11,11 +11,10 @@ namespace {
 
 // Pixels are converted into a block on the stack and handed to the stream a
 // block at a time rather than with one putc each: the file gets the same
-// bytes, in far fewer writes (each write costs the kernel a fixed toll on top
-// of the copy, so the block is large).  The size is a multiple of 6 bytes
-// (whole pixels of 1, 2 and 3 bytes) and of 4 KiB (stream buffers pass such
-// blocks straight through).
-constexpr uint32_t kBlockBytes = 60 * 1024;
+// bytes in far fewer calls.  The stream's buffer (see StreamBuffer) decides
+// the writes the kernel sees, so the block only has to hold whole pixels of
+// 1, 2 and 3 bytes and stay small enough to keep in the first-level cache.
+constexpr uint32_t kBlockBytes = 6 * 1024;
 static_assert(kBlockBytes % 6 == 0, "whole pixels of 1, 2 and 3 bytes");
 
 void WriteZeros(FILE* stream, uint64_t bytes) {

@@ -106,8 +106,10 @@ extern "C" QVI_API Status QVI_FileWriteTiff(BufferHandle buffer, const char* pat
   image.width = buffer::Query32(buffer, BUF_PARAM_WIDTH);
   image.stride = buffer::Query32(buffer, BUF_PARAM_STRIDE);
 
+  file::StreamBuffer stream_buffer;  // outlives the stream: each path below closes it
   FILE* stream = file::OpenForWriting(path);
   if (stream == nullptr) return STATUS_OPEN_FAILED;
+  file::UseStreamBuffer(stream, stream_buffer);
   if (const Status status = file::tiff::WriteTiff(stream, format, image); status != STATUS_OK) {
     file::CloseAfterFailure(stream);
     return status;
