@@ -4,6 +4,7 @@
 #include <cstring>
 
 #include "buffer/line_step.h"
+#include "file/output_file.h"
 #include "file/tiff_rows.h"
 
 namespace qvi::file::tiff {
@@ -17,11 +18,11 @@ namespace {
 constexpr uint32_t kBlockBytes = 6 * 1024;
 static_assert(kBlockBytes % 6 == 0, "whole pixels of 1, 2 and 3 bytes");
 
-void WriteZeros(FILE* stream, uint64_t bytes) {
+void WriteZeros(BoundaryWriter& out, uint64_t bytes) {
   static constexpr uint8_t kZeros[4096] = {};
   while (bytes > 0) {
-    const auto n = static_cast<size_t>(std::min<uint64_t>(bytes, sizeof kZeros));
-    static_cast<void>(std::fwrite(kZeros, 1, n, stream));
+    const auto n = std::min<uint64_t>(bytes, sizeof kZeros);
+    out.Write(kZeros, n);
     bytes -= n;
   }
 }
@@ -29,6 +30,7 @@ void WriteZeros(FILE* stream, uint64_t bytes) {
 template <class Row>
 void WalkStrip(FILE* stream, const StripSource& image) {
   if (image.width == 0 || image.height == 0) return;
+  BoundaryWriter out(stream);
   constexpr uint32_t kPixelBytes = Row::kBytesPerPixel;
   const uint64_t line_bytes = uint64_t{image.width} * kPixelBytes;
   const uint32_t gap = buffer::LineGap(image.stride, image.width * kPixelBytes, Row::kGapRounding);
@@ -39,20 +41,20 @@ void WalkStrip(FILE* stream, const StripSource& image) {
   if constexpr (Row::kFileOrderIsMemoryOrder) {
     const uint64_t strip_bytes = line_bytes * image.height;
     if (gap == 0 && cursor.Holds(strip_bytes)) {
-      static_cast<void>(std::fwrite(cursor.Here(), 1, strip_bytes, stream));
+      out.Write(cursor.Here(), strip_bytes);
       return;
     }
   }
   uint8_t block[kBlockBytes];
   uint32_t used = 0;
   auto flush = [&] {
-    static_cast<void>(std::fwrite(block, 1, used, stream));
+    out.Write(block, used);
     used = 0;
   };
   for (uint32_t y = 0; y < image.height; ++y) {
     if (!cursor.Holds(line_bytes)) {
       flush();
-      WriteZeros(stream, (image.height - y) * line_bytes);
+      WriteZeros(out, (image.height - y) * line_bytes);
       return;
     }
     const uint8_t* in = cursor.Here();

@@ -218,6 +218,10 @@ TEST_F(FileOutput, PixelsOutsideTheBufferBecomeZeros) {
   file = WriteTiff(no_memory);
   EXPECT_EQ(std::vector<uint8_t>(file.begin() + 204, file.end()), std::vector<uint8_t>(12, 0));
   EXPECT_EQ(WriteTiff(rgb24), file);  // both colour codes write the same file
+  TestImage large(FMT_BGR24, 300, 100, 900);
+  large.params().address = 0;
+  file = WriteTiff(large);
+  EXPECT_EQ(std::vector<uint8_t>(file.begin() + 204, file.end()), std::vector<uint8_t>(90000, 0));
 }
 
 // Sample s of a pixel is memory byte (samples - 1 - s): BGR24 reads as RGB,
@@ -225,8 +229,11 @@ TEST_F(FileOutput, PixelsOutsideTheBufferBecomeZeros) {
 TEST_F(FileOutput, LibtiffReadsBackEveryPixel) {
   TIFFSetWarningHandler(nullptr);
   std::mt19937 rng(6);
-  for (auto [format, width, height, stride] : {std::tuple{FMT_Y8, 1u, 1u, 1u}, {FMT_Y8, 13u, 4u, 16u},
-                                               {FMT_BGR24, 9u, 6u, 32u}, {FMT_RGB24, 11u, 2u, 33u}}) {
+  // The last three span several of the stream's 64 KiB writes: converted
+  // blocks, blocks of lines with gaps, and one run of gap-free lines.
+  for (auto [format, width, height, stride] :
+       {std::tuple{FMT_Y8, 1u, 1u, 1u}, {FMT_Y8, 13u, 4u, 16u}, {FMT_BGR24, 9u, 6u, 32u}, {FMT_RGB24, 11u, 2u, 33u},
+        {FMT_BGR24, 301u, 150u, 905u}, {FMT_Y8, 401u, 300u, 402u}, {FMT_Y8, 500u, 300u, 500u}}) {
     SCOPED_TRACE(testing::Message() << std::hex << format << std::dec << " " << width << "x" << height);
     TestImage image(format, width, height, stride);
     const uint16_t samples = format == FMT_Y8 ? 1 : 3;
