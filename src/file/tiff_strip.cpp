@@ -30,21 +30,23 @@ void WriteZeros(BoundaryWriter& out, uint64_t bytes) {
 template <class Row>
 void WalkStrip(FILE* stream, const StripSource& image) {
   if (image.width == 0 || image.height == 0) return;
-  BoundaryWriter out(stream);
   constexpr uint32_t kPixelBytes = Row::kBytesPerPixel;
   const uint64_t line_bytes = uint64_t{image.width} * kPixelBytes;
   const uint32_t gap = buffer::LineGap(image.stride, image.width * kPixelBytes, Row::kGapRounding);
   // A buffer without memory spans nothing.
   buffer::LineCursor cursor = image.data != nullptr ? buffer::LineCursor(image.data, image.stride, image.height)
                                                     : buffer::LineCursor(nullptr, 0, 0);
-  // Lines without gaps that need no reordering are already the strip.
+  // Lines without gaps that need no reordering are already the strip, handed
+  // over in one call (the stream passes most of it to the kernel in one write,
+  // wherever it starts).
   if constexpr (Row::kFileOrderIsMemoryOrder) {
     const uint64_t strip_bytes = line_bytes * image.height;
     if (gap == 0 && cursor.Holds(strip_bytes)) {
-      out.Write(cursor.Here(), strip_bytes);
+      static_cast<void>(std::fwrite(cursor.Here(), 1, strip_bytes, stream));
       return;
     }
   }
+  BoundaryWriter out(stream);
   uint8_t block[kBlockBytes];
   uint32_t used = 0;
   auto flush = [&] {
