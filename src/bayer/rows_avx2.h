@@ -220,8 +220,6 @@ QVI_AVX2_INLINE inline void Put(uint8_t* out, const Rgb* halves) {
 // A prefetch is only a hint: it changes no byte the program sees and never
 // faults, past the end of a row included.
 inline constexpr uint32_t kBelowAhead = 1024;
-template <Depth D>
-inline constexpr uint32_t kSampleBytes = D == Depth::BAYn ? 2 : 1;
 
 // kMasked: the X-keeping stores use byte masks; only run where
 // CpuHasMaskedStores().
@@ -281,7 +279,7 @@ struct VecT {
     if (!L::Usable(a)) return 0;
     const L l(a);
     return Blocks<M>(out, count, [&](uint32_t x) QVI_AVX2_INLINE {
-      _mm_prefetch(reinterpret_cast<const char*>(below) + kSampleBytes<M::kDepth> * uint64_t{x} + kBelowAhead,
+      _mm_prefetch(reinterpret_cast<const char*>(below) + Sample<M::kDepth>::kBytes * uint64_t{x} + kBelowAhead,
                    _MM_HINT_T0);
       return PairRules<M, Row, L>::Mean(l, above, here, below, x);
     });
