@@ -11,12 +11,8 @@ namespace qvi::test {
 namespace {
 
 std::vector<uint8_t> Le16(std::initializer_list<uint32_t> words) {
-  std::vector<uint8_t> out(2 * words.size());
-  size_t i = 0;
-  for (uint32_t w : words) {
-    out[i++] = uint8_t(w);
-    out[i++] = uint8_t(w >> 8);
-  }
+  std::vector<uint8_t> out;
+  for (uint32_t w : words) out.insert(out.end(), {uint8_t(w), uint8_t(w >> 8)});
   return out;
 }
 std::vector<uint8_t> Le32(uint32_t w) { return {uint8_t(w), uint8_t(w >> 8), uint8_t(w >> 16), uint8_t(w >> 24)}; }
@@ -34,67 +30,65 @@ TEST(Values, OnePixelGivesExactlyTheseBytes) {
   const struct {
     uint32_t src_format;
     std::vector<uint8_t> src_pixel;  // one pixel (or one packed group of two)
-    uint32_t dst_format;
-    std::vector<uint8_t> expected;  // the destination bytes of that pixel (or two)
+    std::vector<std::pair<uint32_t, std::vector<uint8_t>>> outputs;  // destination format, bytes of the pixel (or two)
   } cases[] = {
       // 8-bit grey: unscaled into wide words, top bits into 5:6:5 and 5:5:5,
       // all four bytes of an X format, bits 0, 10 and 22 of a 30-bit word.
-      {FMT_Y8, {0xFF}, FMT_RGB16, Le16({0xFFFF})}, {FMT_Y8, {0xFF}, FMT_RGB15, Le16({0x7FFF})},
-      {FMT_Y8, {0xFF}, FMT_Y16, Le16({0x00FF})}, {FMT_Y8, {0x5A}, FMT_Y10, Le16({0x005A})},
-      {FMT_Y8, {0x5A}, FMT_Y14, Le16({0x005A})}, {FMT_Y8, {0x5A}, FMT_Y32, Le32(0x5A)},
-      {FMT_Y8, {0x5A}, FMT_XRGB32, {0x5A, 0x5A, 0x5A, 0x5A}},
-      {FMT_Y8, {0x5A}, FMT_TRIPLE16, Le16({0x5A, 0x5A, 0x5A})}, {FMT_Y8, {0x5A}, FMT_BGR36, Le16({0x5A, 0x5A, 0x5A})},
-      {FMT_Y8, {0x5A}, FMT_RGB30, Le32(0x1681685A)}, {FMT_Y8, {0xFF}, FMT_BGR30, Le32(0x3FC3FCFF)},
+      {FMT_Y8, {0xFF}, {{FMT_RGB16, Le16({0xFFFF})}, {FMT_RGB15, Le16({0x7FFF})}, {FMT_Y16, Le16({0x00FF})},
+                        {FMT_BGR30, Le32(0x3FC3FCFF)}}},
+      {FMT_Y8, {0x5A}, {{FMT_Y10, Le16({0x005A})}, {FMT_Y14, Le16({0x005A})}, {FMT_Y32, Le32(0x5A)},
+                        {FMT_XRGB32, {0x5A, 0x5A, 0x5A, 0x5A}}, {FMT_TRIPLE16, Le16({0x5A, 0x5A, 0x5A})},
+                        {FMT_BGR36, Le16({0x5A, 0x5A, 0x5A})}, {FMT_RGB30, Le32(0x1681685A)}}},
       // Deep grey: g = s >> (n - 8), keeping its low 8 bits; words unscaled;
       // two fixed bits in 30-bit words.
-      {FMT_Y10, Le16({0x3FF}), FMT_Y8, {0xFF}}, {FMT_Y10, Le16({0x3FF}), FMT_RGB30, Le32(0x4013FF)},
-      {FMT_Y14, Le16({0}), FMT_BGR30, Le32(0)}, {FMT_Y14, Le16({0x2A5C}), FMT_Y8, {0xA9}},
-      {FMT_Y16, Le16({0x1234}), FMT_Y8, {0x12}}, {FMT_Y16, Le16({0x1234}), FMT_RGB30, Le32(0x10088)},
-      {FMT_Y12, Le16({0xABC}), FMT_BGR30, Le32(0x1006AF)}, {FMT_Y12, Le16({0xABC}), FMT_Y16, Le16({0xABC})},
-      {FMT_Y12, Le16({0xABC}), FMT_RGB16, Le16({0xAD55})},
-      {FMT_Y12, Le16({0xABC}), FMT_RGB48, Le16({0xABC, 0xABC, 0xABC})},
-      {FMT_Y12, Le16({0xABC}), FMT_BGRX32, {0xAB, 0xAB, 0xAB, 0xAB}}, {FMT_Y12, Le16({0x1FF0}), FMT_Y8, {0xFF}},
+      {FMT_Y10, Le16({0x3FF}), {{FMT_Y8, {0xFF}}, {FMT_RGB30, Le32(0x4013FF)}}},
+      {FMT_Y14, Le16({0}), {{FMT_BGR30, Le32(0)}}},
+      {FMT_Y14, Le16({0x2A5C}), {{FMT_Y8, {0xA9}}}},
+      {FMT_Y16, Le16({0x1234}), {{FMT_Y8, {0x12}}, {FMT_RGB30, Le32(0x10088)}}},
+      {FMT_Y12, Le16({0xABC}), {{FMT_BGR30, Le32(0x1006AF)}, {FMT_Y16, Le16({0xABC})}, {FMT_RGB16, Le16({0xAD55})},
+                                {FMT_RGB48, Le16({0xABC, 0xABC, 0xABC})}, {FMT_BGRX32, {0xAB, 0xAB, 0xAB, 0xAB}}}},
+      {FMT_Y12, Le16({0x1FF0}), {{FMT_Y8, {0xFF}}}},
       // Packed 12-bit grey: b0, then ((b1 & 0x0F) << 4) + (b2 >> 4).
-      {FMT_Y12P, {0xAB, 0xCD, 0xEF}, FMT_BGR24, {0xAB, 0xAB, 0xAB, 0xDE, 0xDE, 0xDE}},
+      {FMT_Y12P, {0xAB, 0xCD, 0xEF}, {{FMT_BGR24, {0xAB, 0xAB, 0xAB, 0xDE, 0xDE, 0xDE}}}},
       // Colour: each packing, X bytes never written.
-      {FMT_BGR24, kBgr24, FMT_RGB15, Le16({0x7263})}, {FMT_BGR24, kBgr24, FMT_BGR15, Le16({0x0E7C})},
-      {FMT_BGR24, kBgr24, FMT_RGB16, Le16({0xE4E3})}, {FMT_BGR24, kBgr24, FMT_BGR16, Le16({0x1CFC})},
-      {FMT_BGR24, kBgr24, FMT_XBGR32, {X, 0x1F, 0x9E, 0xE3}}, {FMT_BGR24, kBgr24, FMT_BGRX32, {0x1F, 0x9E, 0xE3, X}},
-      {FMT_BGR24, kBgr24, FMT_XRGB32, {X, 0xE3, 0x9E, 0x1F}}, {FMT_BGR24, kBgr24, FMT_RGBX32, {0xE3, 0x9E, 0x1F, X}},
-      {FMT_BGR24, kBgr24, FMT_RGB24, {0xE3, 0x9E, 0x1F}}, {FMT_BGRX32, {10, 20, 30, 40}, FMT_BGR24, {30, 20, 10}},
-      {FMT_BGR24, kBgr24, FMT_BGR48, Le16({0x1F, 0x9E, 0xE3})},
-      {FMT_BGR24, kBgr24, FMT_RGB48, Le16({0xE3, 0x9E, 0x1F})},
-      {FMT_BGR24, kBgr24, FMT_RGB30, Le32(0x38C2781F)}, {FMT_BGR24, kBgr24, FMT_BGR30, Le32(0x07C278E3)},
-      {FMT_BGR24, {0xFF, 0xFF, 0xFF}, FMT_RGB30, Le32(0x3FC3FCFF)},
+      {FMT_BGR24, kBgr24, {{FMT_RGB15, Le16({0x7263})}, {FMT_BGR15, Le16({0x0E7C})}, {FMT_RGB16, Le16({0xE4E3})},
+                           {FMT_BGR16, Le16({0x1CFC})}, {FMT_XBGR32, {X, 0x1F, 0x9E, 0xE3}},
+                           {FMT_BGRX32, {0x1F, 0x9E, 0xE3, X}}, {FMT_XRGB32, {X, 0xE3, 0x9E, 0x1F}},
+                           {FMT_RGBX32, {0xE3, 0x9E, 0x1F, X}}, {FMT_RGB24, {0xE3, 0x9E, 0x1F}},
+                           {FMT_BGR48, Le16({0x1F, 0x9E, 0xE3})}, {FMT_RGB48, Le16({0xE3, 0x9E, 0x1F})},
+                           {FMT_RGB30, Le32(0x38C2781F)}, {FMT_BGR30, Le32(0x07C278E3)}}},
+      {FMT_BGR24, {0xFF, 0xFF, 0xFF}, {{FMT_RGB30, Le32(0x3FC3FCFF)}}},
+      {FMT_BGRX32, {10, 20, 30, 40}, {{FMT_BGR24, {30, 20, 10}}}},
       // Deep colour: high bytes (BGR48) or >> 4 (BGR36) for 8-bit outputs,
       // low 8 bits kept; 48-bit words as they are or scaled by 16; in 30-bit
       // words the low field's value and one bit for each non-zero upper word.
-      {FMT_BGR48, kBgr48, FMT_RGB16, Le16({0xE4E3})}, {FMT_BGR36, kBgr36, FMT_RGB24, {0xE3, 0x9E, 0x1F}},
-      {FMT_BGR36, Le16({0x1FF0, 0, 0}), FMT_BGR24, {0xFF, 0, 0}},
-      {FMT_BGR48, kBgr48, FMT_RGB48, Le16({0xE3FF, 0x9E40, 0x1F80})},
-      {FMT_BGR36, kBgr36, FMT_RGB48, Le16({0xE3F0, 0x9E40, 0x1F80})},
-      {FMT_BGR48, Le16({0x0100, 0x0000, 0x0200}), FMT_RGB30, Le32(0x10004)},
-      {FMT_BGR48, kBgr48, FMT_BGR30, Le32(0x103CF)}, {FMT_BGR36, kBgr36, FMT_RGB30, Le32(0x10047E)},
-      {FMT_BGR36, Le16({0x9E4, 0, 0}), FMT_BGR30, Le32(0x100000)},
+      {FMT_BGR48, kBgr48, {{FMT_RGB16, Le16({0xE4E3})}, {FMT_RGB48, Le16({0xE3FF, 0x9E40, 0x1F80})},
+                           {FMT_BGR30, Le32(0x103CF)}}},
+      {FMT_BGR36, kBgr36, {{FMT_RGB24, {0xE3, 0x9E, 0x1F}}, {FMT_RGB48, Le16({0xE3F0, 0x9E40, 0x1F80})},
+                           {FMT_RGB30, Le32(0x10047E)}}},
+      {FMT_BGR36, Le16({0x1FF0, 0, 0}), {{FMT_BGR24, {0xFF, 0, 0}}}},
+      {FMT_BGR36, Le16({0x9E4, 0, 0}), {{FMT_BGR30, Le32(0x100000)}}},
+      {FMT_BGR48, Le16({0x0100, 0x0000, 0x0200}), {{FMT_RGB30, Le32(0x10004)}}},
       // RGB30 read with its own layout; its 10-bit fields go into 48 bits unscaled.
-      {FMT_RGB30, kRgb30, FMT_BGR24, kBgr24}, {FMT_RGB30, kRgb30, FMT_BGR48, Le16({0x07F, 0x27B, 0x38F})},
-      {FMT_RGB30, kRgb30, FMT_RGB30, kRgb30}, {FMT_RGB30, kRgb30, FMT_BGR30, Le32(0x1FE7BF8F)},
+      {FMT_RGB30, kRgb30, {{FMT_BGR24, kBgr24}, {FMT_BGR48, Le16({0x07F, 0x27B, 0x38F})}, {FMT_RGB30, kRgb30},
+                           {FMT_BGR30, Le32(0x1FE7BF8F)}}},
       // YUV422 pairs: floored chroma products, clamped channels.
-      {FMT_YUV422, {128, 128, 128, 128}, FMT_BGR24, {128, 128, 128, 128, 128, 128}},
-      {FMT_YUV422, {255, 128, 0, 255}, FMT_RGB24, {255, 165, 255, 178, 0, 0}},
-      {FMT_YUV422, {100, 127, 100, 127}, FMT_XBGR32, {X, 98, 102, 98, X, 98, 102, 98}},
-      {FMT_YUV422, {50, 228, 60, 128}, FMT_BGR24, {227, 16, 50, 237, 26, 60}},
+      {FMT_YUV422, {128, 128, 128, 128}, {{FMT_BGR24, {128, 128, 128, 128, 128, 128}}}},
+      {FMT_YUV422, {255, 128, 0, 255}, {{FMT_RGB24, {255, 165, 255, 178, 0, 0}}}},
+      {FMT_YUV422, {100, 127, 100, 127}, {{FMT_XBGR32, {X, 98, 102, 98, X, 98, 102, 98}}}},
+      {FMT_YUV422, {50, 228, 60, 128}, {{FMT_BGR24, {227, 16, 50, 237, 26, 60}}}},
   };
   for (const auto& c : cases) {
     const uint32_t width = c.src_format == FMT_Y12P || c.src_format == FMT_YUV422 ? 2 : 1;
-    const auto bytes = static_cast<uint32_t>(c.expected.size());
     TestImage src(c.src_format, width, 1, static_cast<uint32_t>(c.src_pixel.size()));
     std::copy(c.src_pixel.begin(), c.src_pixel.end(), src.data());
-    TestImage dst(c.dst_format, width, 1, bytes, /*slack=*/4);  // which must keep its canary
-    ASSERT_EQ(QVI_Convert(src.handle(), dst.handle()), STATUS_OK) << std::hex << c.src_format << " " << c.dst_format;
-    std::vector<uint8_t> expected = c.expected;
-    expected.resize(bytes + 4, kCanary);
-    EXPECT_EQ(dst.bytes(), expected) << std::hex << c.src_format << " -> " << c.dst_format;
+    for (auto [dst_format, expected] : c.outputs) {
+      const auto bytes = static_cast<uint32_t>(expected.size());
+      TestImage dst(dst_format, width, 1, bytes, /*slack=*/4);  // which must keep its canary
+      ASSERT_EQ(QVI_Convert(src.handle(), dst.handle()), STATUS_OK) << std::hex << c.src_format << " " << dst_format;
+      expected.resize(bytes + 4, kCanary);
+      EXPECT_EQ(dst.bytes(), expected) << std::hex << c.src_format << " -> " << dst_format;
+    }
   }
 }
 
@@ -104,8 +98,8 @@ TEST(Values, TheSecondTwelveBitCodeConvertsAsTheFirst) {
   const uint32_t samples[] = {0x000, 0x001, 0x7FF, 0xABC, 0xFFF, 0x1FF0, 0xFFFF};
   for (uint32_t low = 0; low < 0x20; ++low) {
     TestImage a(FMT_Y12, 7, 1, 14), b(FMT_Y12_ALT, 7, 1, 14);
-    for (uint32_t i = 0; i < 7; ++i) a.Put16(2 * i, samples[i]), b.Put16(2 * i, samples[i]);
     TestImage out_a(0xC0022600 + low, 7, 1, 7 * 6), out_b(0xC0022600 + low, 7, 1, 7 * 6);
+    for (uint32_t i = 0; i < 7; ++i) a.Put16(2 * i, samples[i]), b.Put16(2 * i, samples[i]);
     EXPECT_EQ(QVI_Convert(a.handle(), out_a.handle()), QVI_Convert(b.handle(), out_b.handle())) << low;
     EXPECT_EQ(out_a.bytes(), out_b.bytes()) << low;
   }

@@ -1,14 +1,15 @@
 // The fast row kernels against the portable ones: the same walkers run once
 // with NoVec and once with each vector policy the processor can run, on the
-// same random input, and
-// whole destination buffers (canary-filled, with padding and bytes around the
-// image) must come out identical.  Widths straddle one and two vector blocks,
-// strides are tight, odd and padded, addresses unaligned; values include the
-// extremes and deep samples wider than their depth.  Sources end exactly
-// where the portable path's documented over-read ends, so under
-// AddressSanitizer a vector kernel that reads further fails.
+// same random input, and whole destination buffers (canary-filled, with
+// padding and bytes around the image) must come out identical.  Widths
+// straddle one and two vector blocks, strides are tight, odd and padded,
+// addresses unaligned; values include the extremes and deep samples wider
+// than their depth.  Sources end exactly where the portable path's documented
+// over-read ends, so under AddressSanitizer a vector kernel that reads
+// further fails.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstdint>
 #include <random>
 #include <vector>
@@ -26,109 +27,104 @@ namespace {
 
 #if QVI_HAVE_SSE2
 
-enum class Values { kRandom, kAllMax, kInDepth };
-
-// Bytes of a pattern; `word_bits` (9 to 15) bounds the kInDepth samples of
-// 16-bit words.
-void Fill(uint8_t* p, size_t n, Values values, uint32_t word_bits, std::mt19937& rng) {
-  for (size_t i = 0; i < n; ++i) {
-    switch (values) {
-      case Values::kRandom: p[i] = static_cast<uint8_t>(rng()); break;
-      case Values::kAllMax: p[i] = 0xFF; break;
-      case Values::kInDepth:
-        p[i] = static_cast<uint8_t>(rng());
-        if (word_bits > 8 && word_bits < 16 && i % 2 == 1) p[i] &= static_cast<uint8_t>((1u << (word_bits - 8)) - 1);
-        break;
-    }
-  }
-}
-
-// A buffer `offset` bytes into its allocation, which ends `slack` bytes after
-// stride x height; everything around the image is canary.
-struct Placed {
-  Placed(uint32_t format, uint32_t w, uint32_t h, uint32_t stride, uint32_t offset, uint32_t slack)
-      : bytes(offset + uint64_t{stride} * h + slack, kCanary),
-        handle(AddFakeBuffer(bytes.data() + offset, format, w, h, stride)) {}
-  std::vector<uint8_t> bytes;
-  BufferHandle handle;
-};
-
 // Geometry number `i` of a sweep: stride extras, offsets and value patterns
 // rotate with different periods so that they meet every width.
 struct Geometry {
   explicit Geometry(uint32_t i)
       : src_extra(kExtras[i % 5]), dst_extra(kExtras[(i / 5 + i) % 5]), src_offset(i % 4), dst_offset(kDstOffsets[i % 3]),
-        values(static_cast<Values>(i % 3)) {}
+        values(i % 3) {}
   static constexpr uint32_t kExtras[] = {0, 1, 2, 3, 64};
   static constexpr uint32_t kDstOffsets[] = {0, 1, 3};
-  uint32_t src_extra, dst_extra, src_offset, dst_offset;
-  Values values;
+  uint32_t src_extra, dst_extra, src_offset, dst_offset, values;
+
+  // A source of `bytes` after src_offset more: random, all 0xFF, or random
+  // 16-bit words within `word_bits` (where 9 to 15; else random).
+  std::vector<uint8_t> Source(uint64_t bytes, uint32_t word_bits, std::mt19937& rng) const {
+    std::vector<uint8_t> src(src_offset + bytes);
+    for (size_t i = 0; i < src.size(); ++i) {
+      src[i] = values == 1 ? 0xFF : static_cast<uint8_t>(rng());
+      if (values == 2 && word_bits > 8 && word_bits < 16 && i % 2 == 1)
+        src[i] &= static_cast<uint8_t>((1u << (word_bits - 8)) - 1);
+    }
+    return src;
+  }
 };
+
+// A kernel's portable variant and its fast ones: SSE2, AVX2, AVX2 with masked
+// stores, AVX-512 (null where the kernel has no such variant).
+template <class F>
+struct Twins {
+  F portable;
+  F fast[4];
+  const char* name = "";
+};
+
+constexpr const char* kKindNames[] = {"SSE2 ", "AVX2 ", "AVX2 masked ", "AVX-512 "};
+bool CanRun(int kind) {
+  return kind == 0 || (kind == 3 ? CpuHasAvx512() : CpuHasAvx2() && (kind == 1 || CpuHasMaskedStores()));
+}
+
+// Runs `run(kernel, out)` with each variant the processor can run, `out`
+// being g.dst_offset bytes into a buffer of its own: canary, then `bytes`
+// for the image, then 7 more canary bytes.  Every fast variant's whole
+// buffer must equal the portable one's.
+template <class F, class Run>
+::testing::AssertionResult SameAsPortable(const Twins<F>& twins, const Geometry& g, uint64_t bytes, Run run) {
+  std::vector<uint8_t> portable(g.dst_offset + bytes + 7, kCanary), fast;
+  run(twins.portable, portable.data() + g.dst_offset);
+  for (int kind = 0; kind < 4; ++kind) {
+    if (!CanRun(kind) || twins.fast[kind] == nullptr) continue;
+    fast.assign(portable.size(), kCanary);
+    run(twins.fast[kind], fast.data() + g.dst_offset);
+    const auto at = std::mismatch(portable.begin(), portable.end(), fast.begin()).first - portable.begin();
+    if (at != std::ssize(portable))
+      return ::testing::AssertionFailure() << kKindNames[kind] << twins.name << "byte " << at << " of " << portable.size()
+                                           << " is " << int(fast[at]) << ", not " << int(portable[at]) << "; strides +"
+                                           << g.src_extra << " +" << g.dst_extra << " offsets " << g.src_offset << " "
+                                           << g.dst_offset;
+  }
+  return ::testing::AssertionSuccess();
+}
 
 // ---- Demosaic: every member, interior pairs in blocks of 8 (16 pixels). ----
 
 using Entry = Status (*)(BufferHandle, BufferHandle, uint32_t);
-struct Twins {
-  Entry portable;
-  Entry fast[3];  // SSE2, AVX2, AVX2 with masked stores (null: not a variant of this member)
-};
 
 template <class M>
-constexpr Entry Masked() {
-  if constexpr (bayer::kMaskedStoresPay<M>) return &bayer::Demosaic<M, bayer::avx2::MaskedVec>;
-  return nullptr;
+Twins<Entry> DemosaicVariants() {
+  using bayer::Demosaic;
+  Twins<Entry> t{&Demosaic<M, bayer::NoVec>, {&Demosaic<M, bayer::sse2::Vec>, &Demosaic<M, bayer::avx2::Vec>}};
+  if constexpr (bayer::kMaskedStoresPay<M>) t.fast[2] = &Demosaic<M, bayer::avx2::MaskedVec>;
+  return t;
 }
 
-#define QVI_M(depth, packing, method, phase, deviations)                                                 \
-  bayer::Member<bayer::Depth::depth, bayer::Packing::packing, bayer::Method::method, bayer::Phase::phase, \
-                bayer::deviations>
-#define QVI_MEMBER(depth, packing, method, phase, deviations)                                          \
-  {&bayer::Demosaic<QVI_M(depth, packing, method, phase, deviations), bayer::NoVec>,                  \
-   {&bayer::Demosaic<QVI_M(depth, packing, method, phase, deviations), bayer::sse2::Vec>,             \
-    &bayer::Demosaic<QVI_M(depth, packing, method, phase, deviations), bayer::avx2::Vec>,              \
-    Masked<QVI_M(depth, packing, method, phase, deviations)>()}},
-const Twins kDemosaicTwins[] = {
+#define QVI_MEMBER(depth, packing, method, phase, deviations)                                                   \
+  DemosaicVariants<bayer::Member<bayer::Depth::depth, bayer::Packing::packing, bayer::Method::method,           \
+                                 bayer::Phase::phase, bayer::deviations>>(),
+const Twins<Entry> kDemosaicTwins[] = {
 #include "bayer/members.def"
 };
 #undef QVI_MEMBER
-#undef QVI_M
-
-// The vector kernels: SSE2 always, the others where the processor has them.
-constexpr const char* kKindNames[] = {"SSE2 ", "AVX2 ", "AVX2 masked ", "AVX-512 "};
-bool CanRun(int kind) {
-  if (kind == 3) return CpuHasAvx512();
-  return kind == 0 || (kind == 1 ? CpuHasAvx2() : CpuHasAvx2() && CpuHasMaskedStores());
-}
 
 TEST(Differential, EveryDemosaicMemberMatchesThePortableLoop) {
   ASSERT_EQ(std::size(kDemosaicTwins), DemosaicMembers().size());
-  const uint32_t widths[] = {2, 3, 16, 17, 18, 19, 32, 33, 34, 35, 49, 51, 66, 67, 97, 98, 99};
-  const uint32_t heights[] = {2, 3, 5};
   const uint32_t depths[] = {12, 10, 14, 16, 9, 13, 7, 6, 40, 11, 15};
   std::mt19937 rng(7);
   for (size_t m = 0; m < DemosaicMembers().size(); ++m) {
     const DemosaicMember& member = DemosaicMembers()[m];
     const uint32_t sample = member.sample_bytes(), pixel = member.pixel_bytes();
     uint32_t i = static_cast<uint32_t>(m);
-    for (uint32_t w : widths) {
-      for (uint32_t h : heights) {
+    for (uint32_t w : {2, 3, 16, 17, 18, 19, 32, 33, 34, 35, 49, 51, 66, 67, 97, 98, 99}) {
+      for (uint32_t h : {2, 3, 5}) {
         ResetFakeBuffers();
         const Geometry g(i++);
         const uint32_t bits = member.deep() ? depths[i % std::size(depths)] : 8;
         const uint32_t src_stride = w * sample + g.src_extra, dst_stride = w * pixel + g.dst_extra;
-        Placed src(member.source_format(), w, h, src_stride, g.src_offset, member.over_read_samples(w, h) * sample);
-        Fill(src.bytes.data(), src.bytes.size(), g.values, member.deep() ? bits : 0, rng);
-        Placed portable(member.destination_format(), w, h, dst_stride, g.dst_offset, 7);
-        ASSERT_EQ(kDemosaicTwins[m].portable(src.handle, portable.handle, bits), STATUS_OK);
-        for (int kind = 0; kind < 3; ++kind) {
-          if (!CanRun(kind) || kDemosaicTwins[m].fast[kind] == nullptr) continue;
-          Placed fast(member.destination_format(), w, h, dst_stride, g.dst_offset, 7);
-          ASSERT_EQ(kDemosaicTwins[m].fast[kind](src.handle, fast.handle, bits), STATUS_OK);
-          ASSERT_EQ(portable.bytes, fast.bytes)
-              << kKindNames[kind] << member.name << " " << w << "x" << h << " bits " << bits
-              << " strides +" << g.src_extra << " +" << g.dst_extra << " offsets " << g.src_offset << " "
-              << g.dst_offset;
-        }
+        const auto src = g.Source(uint64_t{src_stride} * h + member.over_read_samples(w, h) * sample, bits, rng);
+        const BufferHandle source = AddFakeBuffer(src.data() + g.src_offset, member.source_format(), w, h, src_stride);
+        ASSERT_TRUE(SameAsPortable(kDemosaicTwins[m], g, uint64_t{dst_stride} * h, [&](Entry entry, uint8_t* out) {
+          EXPECT_EQ(entry(source, AddFakeBuffer(out, member.destination_format(), w, h, dst_stride), bits), STATUS_OK);
+        })) << member.name << " " << w << "x" << h << " bits " << bits;
       }
     }
   }
@@ -137,34 +133,26 @@ TEST(Differential, EveryDemosaicMemberMatchesThePortableLoop) {
 // ---- Conversions: every pixel route, through the line walker. ----
 
 using Walk = void (*)(const buffer::ConversionPair&);
-struct RouteTwins {
+struct Route {
   Fmt source, destination;
-  Walk portable;
-  Walk fast[4];  // as Twins::fast, then AVX-512
+  Twins<Walk> twins;
 };
 
 template <Fmt S, Fmt D>
-constexpr Walk MaskedRoute() {
-  if constexpr (convert::avx2::kMaskedStoresPay<convert::Reader<S>, convert::Writer<D>>) {
-    return &convert::WalkRoute<S, D, convert::avx2::MaskedVec>;
-  }
-  return nullptr;
-}
-template <Fmt S, Fmt D>
-constexpr Walk Avx512Route() {
-  if constexpr (convert::avx512::kHasKernel<convert::Reader<S>, convert::Writer<D>>) {
-    return &convert::WalkRoute<S, D, convert::avx512::Vec>;
-  }
-  return nullptr;
+Route RouteVariants() {
+  using convert::WalkRoute;
+  using R = convert::Reader<S>;
+  using W = convert::Writer<D>;
+  Route r{S, D, {&WalkRoute<S, D, convert::NoVec>, {&WalkRoute<S, D, convert::sse2::Vec>, &WalkRoute<S, D, convert::avx2::Vec>}}};
+  if constexpr (convert::avx2::kMaskedStoresPay<R, W>) r.twins.fast[2] = &WalkRoute<S, D, convert::avx2::MaskedVec>;
+  if constexpr (convert::avx512::kHasKernel<R, W>) r.twins.fast[3] = &WalkRoute<S, D, convert::avx512::Vec>;
+  return r;
 }
 
-#define QVI_PIXELS(S, D)                                                                                \
-  {Fmt::S, Fmt::D, &convert::WalkRoute<Fmt::S, Fmt::D, convert::NoVec>,                                \
-   {&convert::WalkRoute<Fmt::S, Fmt::D, convert::sse2::Vec>, &convert::WalkRoute<Fmt::S, Fmt::D, convert::avx2::Vec>, \
-    MaskedRoute<Fmt::S, Fmt::D>(), Avx512Route<Fmt::S, Fmt::D>()}},
+#define QVI_PIXELS(S, D) RouteVariants<Fmt::S, Fmt::D>(),
 #define QVI_COPY(S, D) QVI_PIXELS(S, D)
 #define QVI_BAYER(S, D)
-const RouteTwins kRouteTwins[] = {
+const Route kRoutes[] = {
 #include "convert/routes.def"
 };
 #undef QVI_PIXELS
@@ -173,42 +161,25 @@ const RouteTwins kRouteTwins[] = {
 
 // Bytes a source line of w pixels spans: whole pairs for the packed formats.
 uint32_t SourceLineBytes(Fmt f, uint32_t w) {
-  if (f == Fmt::Y12P) return 3 * ((w + 1) / 2);
-  if (f == Fmt::YUV422) return 4 * ((w + 1) / 2);
-  return w * BytesPerPixel(f);
+  return f == Fmt::Y12P ? 3 * ((w + 1) / 2) : f == Fmt::YUV422 ? 4 * ((w + 1) / 2) : w * BytesPerPixel(f);
 }
 
 TEST(Differential, EveryConversionRouteMatchesThePortableLoop) {
-  const uint32_t widths[] = {1, 2, 15, 16, 17, 31, 32, 33, 47, 50, 63, 64, 65, 96, 97, 129, 130};
-  const uint32_t heights[] = {1, 3};
   std::mt19937 rng(11);
   uint32_t i = 0;
-  for (const RouteTwins& route : kRouteTwins) {
-    for (uint32_t w : widths) {
-      for (uint32_t h : heights) {
+  for (const Route& route : kRoutes) {
+    for (uint32_t w : {1, 2, 15, 16, 17, 31, 32, 33, 47, 50, 63, 64, 65, 96, 97, 129, 130}) {
+      for (uint32_t h : {1, 3}) {
         const Geometry g(i++);
-        const uint32_t src_stride = SourceLineBytes(route.source, w) + g.src_extra;
-        const uint32_t dst_stride = w * BytesPerPixel(route.destination) + g.dst_extra;
-        std::vector<uint8_t> src(g.src_offset + uint64_t{src_stride} * h);
-        Fill(src.data(), src.size(), g.values == Values::kAllMax ? Values::kAllMax : Values::kRandom, 0, rng);
-        std::vector<uint8_t> portable(g.dst_offset + uint64_t{dst_stride} * h + 7, kCanary);
         buffer::ConversionPair p;
-        p.src = src.data() + g.src_offset;
-        p.src_stride = src_stride;
-        p.dst_stride = dst_stride;
+        p.src_stride = SourceLineBytes(route.source, w) + g.src_extra;
+        p.dst_stride = w * BytesPerPixel(route.destination) + g.dst_extra;
         p.src_width = p.dst_width = w;
         p.src_height = p.dst_height = h;
-        p.dst = portable.data() + g.dst_offset;
-        route.portable(p);
-        for (int kind = 0; kind < 4; ++kind) {
-          if (!CanRun(kind) || route.fast[kind] == nullptr) continue;
-          std::vector<uint8_t> fast(portable.size(), kCanary);
-          p.dst = fast.data() + g.dst_offset;
-          route.fast[kind](p);
-          ASSERT_EQ(portable, fast) << kKindNames[kind] << "route " << int(route.source) << " -> "
-                                    << int(route.destination) << " " << w << "x" << h << " strides +" << g.src_extra
-                                    << " +" << g.dst_extra << " offsets " << g.src_offset << " " << g.dst_offset;
-        }
+        auto src = g.Source(uint64_t{p.src_stride} * h, 0, rng);
+        p.src = src.data() + g.src_offset;
+        ASSERT_TRUE(SameAsPortable(route.twins, g, uint64_t{p.dst_stride} * h, [&](Walk walk, uint8_t* out) { p.dst = out, walk(p); }))
+            << "route " << int(route.source) << " -> " << int(route.destination) << " " << w << "x" << h;
       }
     }
   }
@@ -218,11 +189,6 @@ TEST(Differential, EveryConversionRouteMatchesThePortableLoop) {
 // TIFF strip's row, which has the same shape of call. ----
 
 using RowKernel = void (*)(const uint8_t*, const uint8_t*, uint8_t*, uint32_t);
-struct RowTwins {
-  const char* name;
-  RowKernel portable;
-  RowKernel fast[2];  // SSE2, AVX2
-};
 
 // The TIFF strip's BGR24 pixels in file order, from one source line.
 template <class V>
@@ -231,49 +197,34 @@ void TiffTriplets(const uint8_t* line, const uint8_t*, uint8_t* out, uint32_t n)
 }
 
 template <field::Shape S, class Op>
-constexpr RowTwins Interpolated(const char* name) {
-  return {name,
-          &field::InterpolatedRow<S, Op, field::NoVec>,
-          {&field::InterpolatedRow<S, Op, field::sse2::Vec>, &field::InterpolatedRow<S, Op, field::avx2::Vec>}};
+constexpr Twins<RowKernel> Interpolated(const char* name) {
+  return {&field::InterpolatedRow<S, Op, field::NoVec>,
+          {&field::InterpolatedRow<S, Op, field::sse2::Vec>, &field::InterpolatedRow<S, Op, field::avx2::Vec>},
+          name};
 }
 
 TEST(Differential, EveryDeinterlacingRowMatchesThePortableLoop) {
   using field::Bilinear;
   using field::Median;
   using field::Shape;
-  const RowTwins rows[] = {
-      {"mean", &field::MeanRow<field::NoVec>, {&field::MeanRow<field::sse2::Vec>, &field::MeanRow<field::avx2::Vec>}},
-      Interpolated<Shape::Grey8, Bilinear>("bilinear grey"),
-      Interpolated<Shape::Triple, Bilinear>("bilinear triple"),
-      Interpolated<Shape::Quad, Bilinear>("bilinear quad"),
-      Interpolated<Shape::Yuv422, Bilinear>("bilinear 4:2:2"),
-      Interpolated<Shape::Grey8, Median>("median grey"),
-      Interpolated<Shape::Triple, Median>("median triple"),
-      Interpolated<Shape::Quad, Median>("median quad"),
-      Interpolated<Shape::Yuv422, Median>("median 4:2:2"),
-      // The TIFF strip's BGR24 pixels in file order (one source line).
-      {"TIFF triplets",
-       &TiffTriplets<file::tiff::NoVec>,
-       {&TiffTriplets<file::tiff::sse2::Vec>, &TiffTriplets<file::tiff::avx2::Vec>}},
+  const Twins<RowKernel> rows[] = {
+      {&field::MeanRow<field::NoVec>, {&field::MeanRow<field::sse2::Vec>, &field::MeanRow<field::avx2::Vec>}, "mean "},
+      Interpolated<Shape::Grey8, Bilinear>("bilinear grey "), Interpolated<Shape::Triple, Bilinear>("bilinear triple "),
+      Interpolated<Shape::Quad, Bilinear>("bilinear quad "), Interpolated<Shape::Yuv422, Bilinear>("bilinear 4:2:2 "),
+      Interpolated<Shape::Grey8, Median>("median grey "), Interpolated<Shape::Triple, Median>("median triple "),
+      Interpolated<Shape::Quad, Median>("median quad "), Interpolated<Shape::Yuv422, Median>("median 4:2:2 "),
+      {&TiffTriplets<file::tiff::NoVec>, {&TiffTriplets<file::tiff::sse2::Vec>, &TiffTriplets<file::tiff::avx2::Vec>}, "TIFF "},
   };
   std::mt19937 rng(13);
   uint32_t i = 0;
-  for (const RowTwins& row : rows) {
+  for (const Twins<RowKernel>& row : rows) {
     for (uint32_t n = 0; n <= 200; ++n) {
       const Geometry g(i++);
       // The two field lines back to back, the allocation ending with the second.
-      std::vector<uint8_t> lines(g.src_offset + 2 * n);
-      Fill(lines.data(), lines.size(), g.values == Values::kAllMax ? Values::kAllMax : Values::kRandom, 0, rng);
+      const auto lines = g.Source(2 * n, 0, rng);
       const uint8_t* above = lines.data() + g.src_offset;
-      std::vector<uint8_t> portable(g.dst_offset + n + 7, kCanary);
-      row.portable(above, above + n, portable.data() + g.dst_offset, n);
-      for (int kind = 0; kind < 2; ++kind) {
-        if (!CanRun(kind)) continue;
-        std::vector<uint8_t> fast(portable.size(), kCanary);
-        row.fast[kind](above, above + n, fast.data() + g.dst_offset, n);
-        ASSERT_EQ(portable, fast) << kKindNames[kind] << row.name << " over " << n
-                                  << " bytes, offsets " << g.src_offset << " " << g.dst_offset;
-      }
+      ASSERT_TRUE(SameAsPortable(row, g, n, [&](RowKernel kernel, uint8_t* out) { kernel(above, above + n, out, n); }))
+          << "over " << n << " bytes";
     }
   }
 }
