@@ -1,18 +1,16 @@
-// The headers from C++, and the bundled buffer library as applications see it.
+// The headers from C++, and the bundled buffer library as applications see it
+// (its use from several threads at once is in the concurrency test).
 #include <gtest/gtest.h>
-
-#include <atomic>
-#include <thread>
-#include <vector>
 
 #include "qvb.h"
 #include "qvi.h"
 
 namespace {
 
-// A live buffer answers every id with what was set; BUF_PARAM_VALID cannot
-// be set; a destroyed, unknown or null handle answers nothing and leaves the
-// storage alone.
+// A live buffer answers every id with what was set, writing 64 bits for the
+// validity and the address and 32 for the rest; BUF_PARAM_VALID cannot be
+// set; a destroyed, unknown or null handle answers nothing, leaves the
+// storage alone and can be neither changed nor destroyed.
 TEST(BundledBufferLibrary, AnswersWhatWasSetUntilDestroyed) {
   uint8_t memory[64];
   BufferHandle h = 0;
@@ -27,37 +25,18 @@ TEST(BundledBufferLibrary, AnswersWhatWasSetUntilDestroyed) {
       {BUF_PARAM_DEMOSAIC_METHOD, DEMOSAIC_METHOD_MED}, {BUF_PARAM_BAYER_PHASE, BAYER_PHASE_C}};
   for (auto [id, value] : answers) {
     uint64_t storage = 0xAAAAAAAAAAAAAAAA;
-    const bool wide = id == BUF_PARAM_VALID || id == BUF_PARAM_ADDRESS;  // the others write 32 bits
+    const bool wide = id == BUF_PARAM_VALID || id == BUF_PARAM_ADDRESS;
     EXPECT_EQ(QVB_BufferParameterGet(h, id, &storage), QVB_STATUS_OK) << id;
     EXPECT_EQ(storage, wide ? value : 0xAAAAAAAA00000000 | value) << id;
   }
   ASSERT_EQ(QVB_BufferDestroy(h), QVB_STATUS_OK);
   for (BufferHandle handle : {h, BufferHandle{0}, BufferHandle{0xFFFFFFFF}}) {
     uint64_t storage = 0x1234;
-    EXPECT_EQ(QVB_BufferParameterGet(handle, BUF_PARAM_VALID, &storage), QVB_STATUS_NO_BUFFER);
-    EXPECT_EQ(storage, 0x1234u);
+    EXPECT_EQ(QVB_BufferParameterGet(handle, BUF_PARAM_VALID, &storage), QVB_STATUS_NO_BUFFER) << handle;
+    EXPECT_EQ(storage, 0x1234u) << handle;
+    EXPECT_EQ(QVB_BufferParameterSet(handle, BUF_PARAM_WIDTH, 2), QVB_STATUS_NO_BUFFER) << handle;
+    EXPECT_EQ(QVB_BufferDestroy(handle), QVB_STATUS_NO_BUFFER) << handle;
   }
-  EXPECT_EQ(QVB_BufferDestroy(h), QVB_STATUS_NO_BUFFER);
-  EXPECT_EQ(QVB_BufferParameterSet(h, BUF_PARAM_WIDTH, 2), QVB_STATUS_NO_BUFFER);
-}
-
-TEST(BundledBufferLibrary, IsSafeFromSeveralThreads) {
-  std::atomic<int> wrong{0};
-  std::vector<std::thread> threads;
-  for (uint32_t t = 0; t < 4; ++t) {
-    threads.emplace_back([&wrong, t] {
-      uint8_t memory[16];
-      for (int i = 0; i < 2000; ++i) {
-        BufferHandle h = 0;
-        uint32_t width = 99;
-        if (QVB_BufferCreate(memory, t, 1, 16, FMT_Y8, &h) != QVB_STATUS_OK) ++wrong;
-        QVB_BufferParameterGet(h, BUF_PARAM_WIDTH, &width);
-        if (width != t || QVB_BufferDestroy(h) != QVB_STATUS_OK) ++wrong;
-      }
-    });
-  }
-  for (auto& th : threads) th.join();
-  EXPECT_EQ(wrong.load(), 0);
 }
 
 }  // namespace

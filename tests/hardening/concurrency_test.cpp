@@ -29,13 +29,9 @@ struct Work {
 };
 
 std::vector<Work> Works() {
-  const Call convert = [](BufferHandle s, BufferHandle d, const char*) { return QVI_Convert(s, d); };
-  const auto field = [](FieldToFrameMethod m) -> Call {
-    return [m](BufferHandle s, BufferHandle d, const char*) { return QVI_FieldToFrame(s, d, m, 1); };
-  };
-  const auto file = [](FileKind k) -> Call {
-    return [k](BufferHandle s, BufferHandle, const char* path) { return QVI_FileWrite(s, path, k); };
-  };
+  const Call convert = [](auto s, auto d, auto) { return QVI_Convert(s, d); };
+  const auto field = [](FieldToFrameMethod m) -> Call { return [m](auto s, auto d, auto) { return QVI_FieldToFrame(s, d, m, 1); }; };
+  const auto file = [](FileKind k) -> Call { return [k](auto s, auto, auto path) { return QVI_FileWrite(s, path, k); }; };
   std::vector<Work> works = {
       {"Y8 to BGRX32", {FMT_Y8, 61, 9, 64}, {FMT_BGRX32, 61, 9, 248}, convert},
       {"Y12 to RGB16", {FMT_Y12, 40, 8, 81}, {FMT_RGB16, 40, 8, 80}, convert},
@@ -59,7 +55,7 @@ std::vector<Work> Works() {
     const DemosaicMember& m = DemosaicMembers()[i];
     works.push_back({m.name, {m.source_format(), 23, 7, 24 * m.sample_bytes() + 1},
                      {m.destination_format(), 23, 7, 23 * m.pixel_bytes() + 2},
-                     [&m](BufferHandle s, BufferHandle d, const char*) { return m.call(s, d, 12); }});
+                     [&m](auto s, auto d, auto) { return m.call(s, d, 12); }});
   }
   return works;
 }
@@ -105,10 +101,10 @@ TEST(Concurrency, ThreadsGetWhatOneThreadGets) {
     uint8_t memory[16];
     for (BufferHandle h = 0; !done;) {
       uint32_t width = 0;
-      const bool made = QVB_BufferCreate(memory, 4, 4, 4, FMT_Y8, &h) == QVB_STATUS_OK;
-      const bool set = QVB_BufferParameterSet(h, BUF_PARAM_WIDTH, 2) == QVB_STATUS_OK;
-      if (!made || !set || QVB_BufferParameterGet(h, BUF_PARAM_WIDTH, &width) != QVB_STATUS_OK || width != 2) ++mismatches;
-      if (QVB_BufferDestroy(h) != QVB_STATUS_OK) ++mismatches;
+      const bool ok = QVB_BufferCreate(memory, 4, 4, 4, FMT_Y8, &h) == QVB_STATUS_OK &&
+                      QVB_BufferParameterSet(h, BUF_PARAM_WIDTH, 2) == QVB_STATUS_OK &&
+                      QVB_BufferParameterGet(h, BUF_PARAM_WIDTH, &width) == QVB_STATUS_OK && width == 2;
+      if (QVB_BufferDestroy(h) != QVB_STATUS_OK || !ok) ++mismatches;
     }
   });
   for (auto& th : threads) th.join();
