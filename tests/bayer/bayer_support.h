@@ -70,11 +70,13 @@ inline std::vector<uint8_t> ReferenceDemosaic(const DemosaicMember& m, TestImage
         const bool ahead = m.below_row_ahead();
         const int64_t shift = ahead && w % 2 == 1 && !first && !last ? 1 : 0;
         auto px = [&](int64_t dy, int64_t dx) { return at(Y + dy, X + dx + (dy > 0 ? shift : 0)); };
-        // The neighbours inside the image (an odd width's last column reads past the row's end).
+        // The neighbours inside the image (an odd width's last column reads past the row's end);
+        // a green sample takes no diagonals, and reading them could leave the source.
         Samples row, column, diagonals;
         for (int64_t dy = -1; dy <= 1; ++dy)
           for (int64_t dx = -1; dx <= 1; ++dx)
-            if ((dy || dx) && !(dy < 0 && first) && !(dy > 0 && last) && !(dx < 0 && left) && !(dx > 0 && right))
+            if ((dy || dx) && !(dy < 0 && first) && !(dy > 0 && last) && !(dx < 0 && left) && !(dx > 0 && right) &&
+                (own != kG || dy == 0 || dx == 0))
               (dy == 0 ? row : dx == 0 ? column : diagonals).Add(px(dy, dx));
         if (own == kG) {
           c[colour(Y, X + 1)] = combine(row);
