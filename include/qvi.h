@@ -826,9 +826,12 @@ QVI_API Status QVI_FileWrite(BufferHandle buffer, const char* path, FileKind kin
  * StripByteCounts carry all 32 bits.  After the directory come (colour only)
  * the BitsPerSample array, the two resolutions and the pixels: a grey file is
  * 186 + width x height bytes with its pixels at offset 186, a colour file
- * 204 + 3 x width x height bytes with its pixels at offset 204.  Offsets of
- * these blocks are written as 0 and patched once each block's place is known
- * (ftell, fseek).
+ * 204 + 3 x width x height bytes with its pixels at offset 204.  The first
+ * offset field asks the stream's position (ftell).  When the stream stands
+ * where a new file would (the usual case), every offset is written in place
+ * as the directory is written, with no seek.  Otherwise each offset is
+ * written as 0 and patched with the position its block really took (ftell,
+ * fseek).  On a new file both give the same bytes.
  *
  * Pixels are taken line by line from the data address, width pixels a line,
  * the next line starting stride bytes after the previous one (the step is

@@ -143,6 +143,11 @@ inline constexpr uint32_t kEntryBytes = 12;
 
 constexpr uint32_t DirectoryBytes(const Directory& d) { return 2 + kEntryBytes * d.count + 4; }
 
+// Where the value field of directory entry `i` lies in the file.
+constexpr uint32_t ValueFieldOffset(uint16_t i) {
+  return kDirectoryOffset + 2 + kEntryBytes * i + 8;
+}
+
 // Where a block starts in the file of a layout.
 constexpr uint32_t BlockOffset(const Layout& f, Block block) {
   const Directory d = DirectoryFor(f);
@@ -168,6 +173,7 @@ static_assert(BlockOffset(*FindLayout(FMT_Y8), Block::Strip) == 186);
 static_assert(BlockOffset(*FindLayout(FMT_BGR24), Block::BitsPerSample) == 182);
 static_assert(BlockOffset(*FindLayout(FMT_BGR24), Block::YResolution) == 196);
 static_assert(BlockOffset(*FindLayout(FMT_RGB24), Block::Strip) == 204);
+static_assert(ValueFieldOffset(3) == 54 && ValueFieldOffset(6) == 90 && ValueFieldOffset(11) == 150);
 static_assert(BytesBeforeGivingUp(*FindLayout(FMT_Y16)) == 130);
 
 }  // namespace qvi::file::tiff

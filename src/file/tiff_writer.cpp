@@ -1,7 +1,8 @@
 // QVI_FileWriteTiff: checks the buffer, then streams the file front to back
 // from the layout tables.  Offsets of the blocks after the directory are
 // written as 0 at first; each place is remembered with ftell and patched with
-// fseek once the block it points at has been placed.
+// fseek once the block it points at has been placed.  A stream that stands
+// where a new file would gets the offsets in place instead (see Positions).
 #include <array>
 #include <cstdio>
 
@@ -9,6 +10,7 @@
 #include "file/output_file.h"
 #include "file/tiff_layout.h"
 #include "file/tiff_strip.h"
+#include "file/tiff_writer.h"
 #include "qvi.h"
 
 namespace qvi::file::tiff {
@@ -41,8 +43,34 @@ void PutEntryValue(FILE* stream, Type type, uint32_t value) {
   if (type == Type::Short) QVI_fput_ui16m(stream, 0);
 }
 
-// Everything after fopen.  A failure status leaves the stream for the caller
-// to close.
+// Where the stream stands at each offset field and block.  The first answer
+// of ftell decides: a stream that stands where a new file would (the common
+// case) counts from the file's start, so every later position follows from
+// the bytes written and every block lands at its place in the layout.  Such
+// a stream takes each offset as the directory is written, with the bytes
+// patching would leave, and without the two seeks per block (each a flush
+// and a system call: on a small image they cost more than the pixels).  Any
+// other stream (one that cannot tell, or counts from elsewhere) is asked each
+// time and patched.
+class Positions {
+ public:
+  long At(uint32_t place_in_new_file, FILE* stream) {
+    if (state_ == State::FromStart) return static_cast<long>(place_in_new_file);
+    const long at = std::ftell(stream);
+    if (state_ == State::Unasked) {
+      state_ = at == static_cast<long>(place_in_new_file) ? State::FromStart : State::Elsewhere;
+    }
+    return at;
+  }
+  bool CountFromStart() const { return state_ == State::FromStart; }
+
+ private:
+  enum class State : uint8_t { Unasked, FromStart, Elsewhere };
+  State state_ = State::Unasked;
+};
+
+}  // namespace
+
 Status WriteTiff(FILE* stream, uint32_t format, const StripSource& image) {
   QVI_fput_ui16m(stream, kByteOrderMotorola);
   QVI_fput_ui16m(stream, kMagic);
@@ -57,16 +85,19 @@ Status WriteTiff(FILE* stream, uint32_t format, const StripSource& image) {
   QVI_fput_ui16m(stream, directory.count);
 
   std::array<long, kBlockKinds> placeholder{};
+  Positions positions;
   for (uint16_t i = 0; i < directory.count; ++i) {
     const Entry& entry = directory.entries[i];
     QVI_fput_ui16m(stream, entry.tag);
     QVI_fput_ui16m(stream, static_cast<uint16_t>(entry.type));
     QVI_fput_ui32m(stream, entry.count);
     if (entry.value == Value::Offset) {
-      const long at = std::ftell(stream);
+      const long at = positions.At(ValueFieldOffset(i), stream);
       if (at == -1) return STATUS_BAD_BUFFER;
       placeholder[static_cast<unsigned>(entry.block)] = at;
-      QVI_fput_ui32m(stream, 0);
+      // A file given up before its blocks keeps the 0.
+      const bool in_place = positions.CountFromStart() && !layout->stops_after_strip_byte_counts;
+      QVI_fput_ui32m(stream, in_place ? BlockOffset(*layout, entry.block) : 0);
       continue;
     }
     PutEntryValue(stream, entry.type, ValueOf(entry, *layout, image));
@@ -80,10 +111,11 @@ Status WriteTiff(FILE* stream, uint32_t format, const StripSource& image) {
   for (unsigned b = 0; b < kBlockKinds; ++b) {
     const auto block = static_cast<Block>(b);
     if (!directory.Has(block)) continue;
-    const long at = std::ftell(stream);
+    const long at = positions.At(BlockOffset(*layout, block), stream);
     if (at == -1) return STATUS_BAD_BUFFER;
     const BlockContent content = ContentOf(*layout, block);
     for (uint32_t v = 0; v < content.count; ++v) PutValue(stream, content.type, content.values[v]);
+    if (positions.CountFromStart()) continue;  // its offset is in place
     std::fseek(stream, placeholder[b], SEEK_SET);
     QVI_fput_ui32m(stream, static_cast<uint32_t>(at));
     std::fseek(stream, at + static_cast<long>(content.Bytes()), SEEK_SET);
@@ -92,7 +124,6 @@ Status WriteTiff(FILE* stream, uint32_t format, const StripSource& image) {
   return STATUS_OK;
 }
 
-}  // namespace
 }  // namespace qvi::file::tiff
 
 extern "C" QVI_API Status QVI_FileWriteTiff(BufferHandle buffer, const char* path) {

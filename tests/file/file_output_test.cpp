@@ -14,6 +14,7 @@
 #include <numeric>
 #include <random>
 
+#include "file/tiff_writer.h"
 #include "support/image.h"
 #include "support/scratch_dir.h"
 
@@ -181,6 +182,30 @@ TEST_F(FileOutput, AGreyFileIsExactlyTheseBytesAndARefusalLeavesItsStart) {
       TestImage unknown(format, w, h, stride);
       EXPECT_EQ(WriteTiff(unknown, STATUS_BAD_FORMAT), expected) << std::hex << format;
     }
+  }
+}
+
+// A stream that does not stand at the start of its file (here after three
+// bytes) has each offset patched to where its block really landed: the file
+// a new stream gets, shifted, with every offset 3 larger.
+TEST_F(FileOutput, OffsetsArePatchedWhereTheStreamDoesNotCountFromTheStart) {
+  for (auto [format, offset_fields] : {std::pair{FMT_Y8, std::vector<size_t>{90, 138, 150}},
+                                       {FMT_BGR24, std::vector<size_t>{54, 90, 138, 150}}}) {
+    TestImage image(format, 5, 3, 16);
+    std::iota(image.bytes().begin(), image.bytes().end(), uint8_t{1});
+    std::vector<uint8_t> expected = WriteTiff(image);
+    for (size_t at : offset_fields) expected[at + 3] += 3;
+    expected.insert(expected.begin(), {'a', 'b', 'c'});
+    FILE* stream = std::tmpfile();
+    ASSERT_NE(stream, nullptr);
+    std::fputs("abc", stream);
+    const file::tiff::StripSource source{image.bytes().data(), 5, 3, 16};
+    EXPECT_EQ(file::tiff::WriteTiff(stream, format, source), STATUS_OK);
+    std::vector<uint8_t> file(expected.size() + 1);
+    std::rewind(stream);
+    file.resize(std::fread(file.data(), 1, file.size(), stream));
+    std::fclose(stream);
+    EXPECT_EQ(file, expected) << std::hex << format;
   }
 }
 
