@@ -11,8 +11,8 @@ namespace qvi::test {
 namespace {
 
 std::vector<uint8_t> Le16(std::initializer_list<uint32_t> words) {
-  std::vector<uint8_t> out;
-  for (uint32_t w : words) out.insert(out.end(), {uint8_t(w), uint8_t(w >> 8)});
+  std::vector<uint8_t> out;  // push_back: GCC 12 at -O3 misreads an insert here as an overflow
+  for (uint32_t w : words) out.push_back(uint8_t(w)), out.push_back(uint8_t(w >> 8));
   return out;
 }
 std::vector<uint8_t> Le32(uint32_t w) { return {uint8_t(w), uint8_t(w >> 8), uint8_t(w >> 16), uint8_t(w >> 24)}; }
