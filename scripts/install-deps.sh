@@ -1,20 +1,32 @@
 #!/usr/bin/env bash
 # Installs, from Debian's packages, whatever the build and the tests need and
 # this machine lacks.  Does nothing when everything is present.
+#   scripts/install-deps.sh [aarch64]
+# With aarch64, also the 64-bit Arm cross compiler, qemu's user-mode
+# emulator and the arm64 development packages the tests link against.
 set -euo pipefail
 
 packages=(cmake make g++ clang libclang-rt-14-dev pkg-config binutils
           libgtest-dev libgmock-dev libbenchmark-dev
           libtiff-dev libcli11-dev libpng-dev valgrind)
 
+cross=()
+if [ "${1:-}" = aarch64 ]; then
+  cross=(g++-aarch64-linux-gnu qemu-user-static libgtest-dev:arm64 libgmock-dev:arm64 libtiff-dev:arm64)
+fi
+
+sudo=""
+[ "$(id -u)" -eq 0 ] || sudo="sudo"
+if [ ${#cross[@]} -gt 0 ] && ! dpkg --print-foreign-architectures | grep -qx arm64; then
+  $sudo dpkg --add-architecture arm64
+fi
+
 missing=()
-for p in "${packages[@]}"; do
+for p in "${packages[@]}" "${cross[@]}"; do
   dpkg-query -W -f='${Status}' "$p" 2>/dev/null | grep -q "install ok installed" || missing+=("$p")
 done
 [ ${#missing[@]} -eq 0 ] && exit 0
 
 echo "Installing: ${missing[*]}"
-sudo=""
-[ "$(id -u)" -eq 0 ] || sudo="sudo"
 $sudo apt-get update -qq
 DEBIAN_FRONTEND=noninteractive $sudo apt-get install -y -qq --no-install-recommends "${missing[@]}"

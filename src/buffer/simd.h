@@ -2,7 +2,8 @@
 //
 // Every subsystem has portable row kernels and, where they pay, SSE2 ones
 // (SSE2 is part of every x86-64 processor, so nothing is detected at run
-// time) and for some AVX2 ones.  A walker takes a vector policy: NoVec does nothing and leaves every
+// time) and for some AVX2 and AVX-512 ones; the conversions have NEON ones
+// for 64-bit Arm.  A walker takes a vector policy: NoVec does nothing and leaves every
 // pixel to the portable loop; an SSE2 policy does a leading run of whole
 // vector blocks and tells the walker how far it got, and the portable loop
 // finishes the line.  Both policies compile on x86-64 whatever the build, so
@@ -45,6 +46,21 @@
 #define QVI_USE_AVX2 1
 #else
 #define QVI_USE_AVX2 0
+#endif
+
+// NEON, part of every 64-bit Arm processor: compiled and run unconditionally
+// there.  The conversions have NEON kernels; the other subsystems run their
+// portable loops on Arm.
+#if defined(__aarch64__) && defined(__ARM_NEON)
+#define QVI_HAVE_NEON 1
+#else
+#define QVI_HAVE_NEON 0
+#endif
+
+#if QVI_HAVE_NEON && !defined(QVI_PORTABLE_ONLY)
+#define QVI_USE_NEON 1
+#else
+#define QVI_USE_NEON 0
 #endif
 
 // A subsystem's default vector policy: BestVec (a tag, not a policy: the

@@ -16,6 +16,9 @@
 #include "convert/rows_avx2.h"
 #include "convert/rows_avx512.h"
 #endif
+#if QVI_HAVE_NEON
+#include "convert/rows_neon.h"
+#endif
 
 namespace qvi::convert {
 
@@ -33,7 +36,12 @@ struct NoVec {
 
 // BestVec: the AVX-512 kernel where the route has one and the processor
 // has AVX-512, else the AVX2 kernel where the route has one and the
-// processor has AVX2, the SSE2 one elsewhere (WalkRoute in lines.h).
+// processor has AVX2, the SSE2 one elsewhere (WalkRoute in lines.h).  On
+// 64-bit Arm the NEON kernels.
+#if QVI_USE_NEON
+using DefaultVec = neon::Vec;
+#else
 using DefaultVec = QVI_DEFAULT_VEC(sse2::Vec, NoVec);
+#endif
 
 }  // namespace qvi::convert

@@ -25,7 +25,7 @@
 namespace qvi::test {
 namespace {
 
-#if QVI_HAVE_SSE2
+#if QVI_HAVE_SSE2 || QVI_HAVE_NEON
 
 // Geometry number `i` of a sweep: stride extras, offsets and value patterns
 // rotate with different periods so that they meet every width.
@@ -51,17 +51,19 @@ struct Geometry {
 };
 
 // A kernel's portable variant and its fast ones: SSE2, AVX2, AVX2 with masked
-// stores, AVX-512 (null where the kernel has no such variant).
+// stores, AVX-512, NEON (null where the kernel has no such variant).
 template <class F>
 struct Twins {
   F portable;
-  F fast[4];
+  F fast[5];
   const char* name = "";
 };
 
-constexpr const char* kKindNames[] = {"SSE2 ", "AVX2 ", "AVX2 masked ", "AVX-512 "};
+constexpr const char* kKindNames[] = {"SSE2 ", "AVX2 ", "AVX2 masked ", "AVX-512 ", "NEON "};
 bool CanRun(int kind) {
-  return kind == 0 || (kind == 3 ? CpuHasAvx512() : CpuHasAvx2() && (kind == 1 || CpuHasMaskedStores()));
+  if (kind == 4) return QVI_HAVE_NEON;
+  return QVI_HAVE_SSE2 &&
+         (kind == 0 || (kind == 3 ? CpuHasAvx512() : CpuHasAvx2() && (kind == 1 || CpuHasMaskedStores())));
 }
 
 // Runs `run(kernel, out)` with each variant the processor can run, `out`
@@ -72,7 +74,7 @@ template <class F, class Run>
 ::testing::AssertionResult SameAsPortable(const Twins<F>& twins, const Geometry& g, uint64_t bytes, Run run) {
   std::vector<uint8_t> portable(g.dst_offset + bytes + 7, kCanary), fast;
   run(twins.portable, portable.data() + g.dst_offset);
-  for (int kind = 0; kind < 4; ++kind) {
+  for (int kind = 0; kind < 5; ++kind) {
     if (!CanRun(kind) || twins.fast[kind] == nullptr) continue;
     fast.assign(portable.size(), kCanary);
     run(twins.fast[kind], fast.data() + g.dst_offset);
@@ -85,6 +87,8 @@ template <class F, class Run>
   }
   return ::testing::AssertionSuccess();
 }
+
+#if QVI_HAVE_SSE2
 
 // ---- Demosaic: every member, interior pairs in blocks of 8 (16 pixels). ----
 
@@ -130,6 +134,8 @@ TEST(Differential, EveryDemosaicMemberMatchesThePortableLoop) {
   }
 }
 
+#endif  // QVI_HAVE_SSE2
+
 // ---- Conversions: every pixel route, through the line walker. ----
 
 using Walk = void (*)(const buffer::ConversionPair&);
@@ -141,11 +147,18 @@ struct Route {
 template <Fmt S, Fmt D>
 Route RouteVariants() {
   using convert::WalkRoute;
+  Route r{S, D, {&WalkRoute<S, D, convert::NoVec>, {}}};
+#if QVI_HAVE_SSE2
   using R = convert::Reader<S>;
   using W = convert::Writer<D>;
-  Route r{S, D, {&WalkRoute<S, D, convert::NoVec>, {&WalkRoute<S, D, convert::sse2::Vec>, &WalkRoute<S, D, convert::avx2::Vec>}}};
+  r.twins.fast[0] = &WalkRoute<S, D, convert::sse2::Vec>;
+  r.twins.fast[1] = &WalkRoute<S, D, convert::avx2::Vec>;
   if constexpr (convert::avx2::kMaskedStoresPay<R, W>) r.twins.fast[2] = &WalkRoute<S, D, convert::avx2::MaskedVec>;
   if constexpr (convert::avx512::kHasKernel<R, W>) r.twins.fast[3] = &WalkRoute<S, D, convert::avx512::Vec>;
+#endif
+#if QVI_HAVE_NEON
+  r.twins.fast[4] = &WalkRoute<S, D, convert::neon::Vec>;
+#endif
   return r;
 }
 
@@ -184,6 +197,8 @@ TEST(Differential, EveryConversionRouteMatchesThePortableLoop) {
     }
   }
 }
+
+#if QVI_HAVE_SSE2
 
 // ---- De-interlacing: the missing-line kernels of every shape; and the
 // TIFF strip's row, which has the same shape of call. ----
@@ -229,9 +244,11 @@ TEST(Differential, EveryDeinterlacingRowMatchesThePortableLoop) {
   }
 }
 
+#endif  // QVI_HAVE_SSE2
+
 #else
 
-TEST(Differential, NeedsSse2) { GTEST_SKIP() << "no vector kernels on this processor"; }
+TEST(Differential, NeedsVectorKernels) { GTEST_SKIP() << "no vector kernels on this processor"; }
 
 #endif
 
