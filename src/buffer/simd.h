@@ -2,8 +2,7 @@
 //
 // Every subsystem has portable row kernels and, where they pay, SSE2 ones
 // (SSE2 is part of every x86-64 processor, so nothing is detected at run
-// time) and for some AVX2 and AVX-512 ones; the conversions have NEON ones
-// for 64-bit Arm.  A walker takes a vector policy: NoVec does nothing and leaves every
+// time) and for some AVX2 and AVX-512 ones, and NEON ones for 64-bit Arm.  A walker takes a vector policy: NoVec does nothing and leaves every
 // pixel to the portable loop; an SSE2 policy does a leading run of whole
 // vector blocks and tells the walker how far it got, and the portable loop
 // finishes the line.  Both policies compile on x86-64 whatever the build, so
@@ -49,8 +48,8 @@
 #endif
 
 // NEON, part of every 64-bit Arm processor: compiled and run unconditionally
-// there.  The conversions have NEON kernels; the other subsystems run their
-// portable loops on Arm.
+// there.  The conversions, the de-interlacing rows and the TIFF strip have
+// NEON kernels; demosaicing runs its portable loops on Arm.
 #if defined(__aarch64__) && defined(__ARM_NEON)
 #define QVI_HAVE_NEON 1
 #else

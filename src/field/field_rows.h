@@ -146,3 +146,6 @@ void InterpolatedRow(const uint8_t* a, const uint8_t* b, uint8_t* out, uint32_t 
 #if QVI_HAVE_AVX2
 #include "field/rows_avx2.h"
 #endif
+#if QVI_HAVE_NEON
+#include "field/rows_neon.h"
+#endif

@@ -1,7 +1,7 @@
 // The vector policies of the de-interlacing rows.  Each call does a leading
 // run of a row's bytes from the given index and returns where it stopped;
 // the portable loop goes on from there.  (field_rows.h brings in the SSE2
-// policy after its own definitions, which that policy uses.)
+// and NEON policies after its own definitions, which those policies use.)
 #pragma once
 
 #include <cstdint>
@@ -32,10 +32,15 @@ struct Vec;
 namespace avx2 {
 struct Vec;
 }
+namespace neon {
+struct Vec;
+}
 
-// The policy of builds without AVX2.
+// The policy of builds without AVX2 (and of 64-bit Arm).
 #if QVI_USE_SSE2
 using BaselineVec = sse2::Vec;
+#elif QVI_USE_NEON
+using BaselineVec = neon::Vec;
 #else
 using BaselineVec = NoVec;
 #endif

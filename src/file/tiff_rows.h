@@ -13,6 +13,9 @@
 #if QVI_HAVE_AVX2
 #include "buffer/avx2.h"
 #endif
+#if QVI_HAVE_NEON
+#include <arm_neon.h>
+#endif
 
 namespace qvi::file::tiff {
 
@@ -51,8 +54,26 @@ struct Vec {
 }  // namespace avx2
 #endif
 
+#if QVI_HAVE_NEON
+namespace neon {
+struct Vec {
+  // Sixteen pixels a block: the three channel planes stored in reverse order.
+  static uint32_t ReverseTriplets(uint8_t* out, const uint8_t* in, uint32_t n) {
+    uint32_t i = 0;
+    for (; n - i >= 16; i += 16, in += 48, out += 48) {
+      const uint8x16x3_t v = vld3q_u8(in);
+      vst3q_u8(out, uint8x16x3_t{{v.val[2], v.val[1], v.val[0]}});
+    }
+    return i;
+  }
+};
+}  // namespace neon
+#endif
+
 #if QVI_USE_SSE2
 using DefaultVec = sse2::Vec;
+#elif QVI_USE_NEON
+using DefaultVec = neon::Vec;
 #else
 using DefaultVec = NoVec;
 #endif

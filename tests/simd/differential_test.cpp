@@ -198,8 +198,6 @@ TEST(Differential, EveryConversionRouteMatchesThePortableLoop) {
   }
 }
 
-#if QVI_HAVE_SSE2
-
 // ---- De-interlacing: the missing-line kernels of every shape; and the
 // TIFF strip's row, which has the same shape of call. ----
 
@@ -211,11 +209,38 @@ void TiffTriplets(const uint8_t* line, const uint8_t*, uint8_t* out, uint32_t n)
   file::tiff::ReversedTripletRow<V>::Convert(out, line, n / 3);
 }
 
+// The vector policies of a subsystem's rows.
+template <class NoV, class Sse2, class Avx2, class Neon>
+struct Policies {
+  using No = NoV;
+  using Sse2Vec = Sse2;
+  using Avx2Vec = Avx2;
+  using NeonVec = Neon;
+};
+#if QVI_HAVE_SSE2
+using FieldPolicies = Policies<field::NoVec, field::sse2::Vec, field::avx2::Vec, void>;
+using TiffPolicies = Policies<file::tiff::NoVec, file::tiff::sse2::Vec, file::tiff::avx2::Vec, void>;
+#else
+using FieldPolicies = Policies<field::NoVec, void, void, field::neon::Vec>;
+using TiffPolicies = Policies<file::tiff::NoVec, void, void, file::tiff::neon::Vec>;
+#endif
+
+// The kernel `of.operator()<V>()` for the portable policy and each fast one built here.
+template <class P, class Of>
+Twins<RowKernel> RowVariants(Of of, const char* name) {
+  Twins<RowKernel> t{of.template operator()<typename P::No>(), {}, name};
+#if QVI_HAVE_SSE2
+  t.fast[0] = of.template operator()<typename P::Sse2Vec>();
+  t.fast[1] = of.template operator()<typename P::Avx2Vec>();
+#else
+  t.fast[4] = of.template operator()<typename P::NeonVec>();
+#endif
+  return t;
+}
+
 template <field::Shape S, class Op>
-constexpr Twins<RowKernel> Interpolated(const char* name) {
-  return {&field::InterpolatedRow<S, Op, field::NoVec>,
-          {&field::InterpolatedRow<S, Op, field::sse2::Vec>, &field::InterpolatedRow<S, Op, field::avx2::Vec>},
-          name};
+Twins<RowKernel> Interpolated(const char* name) {
+  return RowVariants<FieldPolicies>([]<class V>() -> RowKernel { return &field::InterpolatedRow<S, Op, V>; }, name);
 }
 
 TEST(Differential, EveryDeinterlacingRowMatchesThePortableLoop) {
@@ -223,12 +248,12 @@ TEST(Differential, EveryDeinterlacingRowMatchesThePortableLoop) {
   using field::Median;
   using field::Shape;
   const Twins<RowKernel> rows[] = {
-      {&field::MeanRow<field::NoVec>, {&field::MeanRow<field::sse2::Vec>, &field::MeanRow<field::avx2::Vec>}, "mean "},
+      RowVariants<FieldPolicies>([]<class V>() -> RowKernel { return &field::MeanRow<V>; }, "mean "),
       Interpolated<Shape::Grey8, Bilinear>("bilinear grey "), Interpolated<Shape::Triple, Bilinear>("bilinear triple "),
       Interpolated<Shape::Quad, Bilinear>("bilinear quad "), Interpolated<Shape::Yuv422, Bilinear>("bilinear 4:2:2 "),
       Interpolated<Shape::Grey8, Median>("median grey "), Interpolated<Shape::Triple, Median>("median triple "),
       Interpolated<Shape::Quad, Median>("median quad "), Interpolated<Shape::Yuv422, Median>("median 4:2:2 "),
-      {&TiffTriplets<file::tiff::NoVec>, {&TiffTriplets<file::tiff::sse2::Vec>, &TiffTriplets<file::tiff::avx2::Vec>}, "TIFF "},
+      RowVariants<TiffPolicies>([]<class V>() -> RowKernel { return &TiffTriplets<V>; }, "TIFF "),
   };
   std::mt19937 rng(13);
   uint32_t i = 0;
@@ -243,8 +268,6 @@ TEST(Differential, EveryDeinterlacingRowMatchesThePortableLoop) {
     }
   }
 }
-
-#endif  // QVI_HAVE_SSE2
 
 #else
 
