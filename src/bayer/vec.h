@@ -16,6 +16,9 @@
 #if QVI_HAVE_AVX2
 #include "bayer/rows_avx2.h"
 #endif
+#if QVI_HAVE_NEON
+#include "bayer/rows_neon.h"
+#endif
 
 namespace qvi::bayer {
 
@@ -33,7 +36,11 @@ struct NoVec {
 };
 
 // BestVec: the AVX2 policy where the processor has AVX2, the SSE2 one
-// elsewhere (demosaic.h).
+// elsewhere (demosaic.h).  On 64-bit Arm the NEON policy.
+#if QVI_USE_NEON
+using DefaultVec = neon::Vec;
+#else
 using DefaultVec = QVI_DEFAULT_VEC(sse2::Vec, NoVec);
+#endif
 
 }  // namespace qvi::bayer

@@ -48,8 +48,7 @@
 #endif
 
 // NEON, part of every 64-bit Arm processor: compiled and run unconditionally
-// there.  The conversions, the de-interlacing rows and the TIFF strip have
-// NEON kernels; demosaicing runs its portable loops on Arm.
+// there, where every subsystem's vector kernels are NEON ones.
 #if defined(__aarch64__) && defined(__ARM_NEON)
 #define QVI_HAVE_NEON 1
 #else

@@ -88,8 +88,6 @@ template <class F, class Run>
   return ::testing::AssertionSuccess();
 }
 
-#if QVI_HAVE_SSE2
-
 // ---- Demosaic: every member, interior pairs in blocks of 8 (16 pixels). ----
 
 using Entry = Status (*)(BufferHandle, BufferHandle, uint32_t);
@@ -97,8 +95,14 @@ using Entry = Status (*)(BufferHandle, BufferHandle, uint32_t);
 template <class M>
 Twins<Entry> DemosaicVariants() {
   using bayer::Demosaic;
-  Twins<Entry> t{&Demosaic<M, bayer::NoVec>, {&Demosaic<M, bayer::sse2::Vec>, &Demosaic<M, bayer::avx2::Vec>}};
+  Twins<Entry> t{&Demosaic<M, bayer::NoVec>, {}};
+#if QVI_HAVE_SSE2
+  t.fast[0] = &Demosaic<M, bayer::sse2::Vec>;
+  t.fast[1] = &Demosaic<M, bayer::avx2::Vec>;
   if constexpr (bayer::kMaskedStoresPay<M>) t.fast[2] = &Demosaic<M, bayer::avx2::MaskedVec>;
+#else
+  t.fast[4] = &Demosaic<M, bayer::neon::Vec>;
+#endif
   return t;
 }
 
@@ -133,8 +137,6 @@ TEST(Differential, EveryDemosaicMemberMatchesThePortableLoop) {
     }
   }
 }
-
-#endif  // QVI_HAVE_SSE2
 
 // ---- Conversions: every pixel route, through the line walker. ----
 

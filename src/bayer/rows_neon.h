@@ -1,0 +1,259 @@
+// NEON pair kernels of the demosaic methods (64-bit Arm): blocks of 8 pairs
+// (16 pixels, columns x .. x + 15 with x = 2k + 1), the arithmetic of the
+// SSE2 kernels lane by lane, which is that of the portable pair loop.
+//
+// Every neighbour is an unaligned load at an offset of one sample, so a block
+// reads exactly the samples its pairs read in the portable loop (up to one
+// past its last pixel) and writes exactly its pixels' bytes; the X bytes of
+// the 32-bit packings are loaded and stored back unchanged.  Lanes alternate
+// between the two site kinds of the row, so each colour is computed both
+// ways and chosen per lane by a constant mask.
+#pragma once
+
+#include <arm_neon.h>
+
+#include <cstdint>
+#include <type_traits>
+
+#include "bayer/member.h"
+#include "bayer/pack.h"
+#include "bayer/sample.h"
+
+namespace qvi::bayer::neon {
+
+// 8-bit samples, 16 lanes: the arithmetic of Arith<Depth::BAY8>.
+struct ByteLanes {
+  using V = uint8x16_t;
+  static constexpr uint32_t kLanes = 16;
+  explicit ByteLanes(const Arith<Depth::BAY8>&) {}
+  static bool Usable(const Arith<Depth::BAY8>&) { return true; }
+  // Lanes at even offsets from the block's first column.
+  static V EvenLanes() { return vreinterpretq_u8_u16(vdupq_n_u16(0x00FF)); }
+  static V At(const uint8_t* row, uint32_t x) { return vld1q_u8(row + x); }
+  static V Select(V mask, V a, V b) { return vbslq_u8(mask, a, b); }
+
+  V Copy(V v) const { return v; }
+  V Mean2(V x, V y) const { return vhaddq_u8(x, y); }
+  // (a + b + c + d) >> 2 in 16-bit lanes.
+  V Mean4(V a, V b, V c, V d) const {
+    const uint16x8_t lo = vaddq_u16(vaddl_u8(vget_low_u8(a), vget_low_u8(b)), vaddl_u8(vget_low_u8(c), vget_low_u8(d)));
+    const uint16x8_t hi =
+        vaddq_u16(vaddl_u8(vget_high_u8(a), vget_high_u8(b)), vaddl_u8(vget_high_u8(c), vget_high_u8(d)));
+    return vcombine_u8(vshrn_n_u16(lo, 2), vshrn_n_u16(hi, 2));
+  }
+  V Med4(V a, V b, V c, V d) const {
+    const V lo = vmaxq_u8(vminq_u8(a, b), vminq_u8(c, d));
+    const V hi = vminq_u8(vmaxq_u8(a, b), vmaxq_u8(c, d));
+    return vhaddq_u8(lo, hi);
+  }
+};
+
+// n-bit samples, 8 lanes of 16 bits: the arithmetic of Arith<Depth::BAYn>,
+// taken as the SSE2 word lanes take it (a halving or quartering inside 16
+// bits and the rest of the shift; with kWrapping, for byte channels, sums
+// that simply wrap in 16 bits).  Right shifts by a count held in a register
+// are left shifts by its negation.
+template <bool kWrapping>
+struct WordLanesT {
+  using V = uint16x8_t;
+  static constexpr uint32_t kLanes = 8;
+  static constexpr int kMean2Halvings = kWrapping ? 0 : 1, kMean4Halvings = kWrapping ? 0 : 2;
+  explicit WordLanesT(const Arith<Depth::BAYn>& a)
+      : copy_(RightBy(static_cast<int>(a.CopyShift()))),
+        mean2_(RightBy(static_cast<int>(a.Mean2Shift()) - kMean2Halvings)),
+        mean4_(RightBy(static_cast<int>(a.Mean4Shift()) - kMean4Halvings)) {}
+  static bool Usable(const Arith<Depth::BAYn>& a) {
+    return kWrapping ? a.Mean2Shift() <= 8 && a.Mean4Shift() <= 8 : a.Mean2Shift() >= 1 && a.Mean4Shift() >= 2;
+  }
+  static V EvenLanes() { return vreinterpretq_u16_u32(vdupq_n_u32(0x0000FFFF)); }
+  static V At(const uint8_t* row, uint32_t x) { return vreinterpretq_u16_u8(vld1q_u8(row + 2 * uint64_t{x})); }
+  static V Select(V mask, V a, V b) { return vbslq_u16(mask, a, b); }
+
+  V Copy(V v) const { return vshlq_u16(v, copy_); }
+  V Mean2(V x, V y) const { return vshlq_u16(kWrapping ? vaddq_u16(x, y) : vhaddq_u16(x, y), mean2_); }
+  V Mean4(V a, V b, V c, V d) const {
+    if constexpr (kWrapping) return vshlq_u16(vaddq_u16(vaddq_u16(a, b), vaddq_u16(c, d)), mean4_);
+    // The mean of the two pair means, plus one when all three dropped
+    // halves (of both pairs and of the mean) were set.
+    const V m1 = vhaddq_u16(a, b), m2 = vhaddq_u16(c, d);
+    const V carry = vandq_u16(vandq_u16(veorq_u16(m1, m2), veorq_u16(a, b)), vandq_u16(veorq_u16(c, d), vdupq_n_u16(1)));
+    return vshlq_u16(vaddq_u16(vhaddq_u16(m1, m2), carry), mean4_);
+  }
+  V Med4(V a, V b, V c, V d) const {
+    const V lo = vmaxq_u16(vminq_u16(a, b), vminq_u16(c, d));
+    const V hi = vminq_u16(vmaxq_u16(a, b), vmaxq_u16(c, d));
+    return vshlq_u16(vhaddq_u16(lo, hi), copy_);
+  }
+
+ private:
+  static int16x8_t RightBy(int count) { return vdupq_n_s16(static_cast<int16_t>(-count)); }
+  int16x8_t copy_, mean2_, mean4_;
+};
+using WordLanes = WordLanesT<false>;
+
+template <Depth D>
+using LanesOf = std::conditional_t<D == Depth::BAY8, ByteLanes, WordLanes>;
+
+// One vector of pixels as the row's colour, green and the other colour.
+template <class V>
+struct Triple {
+  V row, green, other;
+};
+
+// The rules of the interior pairs for the pixels x .. x + kLanes - 1.
+template <class M, class Row, class L = LanesOf<M::kDepth>>
+struct PairRules {
+  using V = typename L::V;
+  // Lanes holding the row's red or blue samples.
+  static V Sites() {
+    if constexpr (std::is_same_v<V, uint8x16_t>) {
+      return Row::SiteAt(1) ? L::EvenLanes() : vmvnq_u8(L::EvenLanes());
+    } else {
+      return Row::SiteAt(1) ? L::EvenLanes() : vmvnq_u16(L::EvenLanes());
+    }
+  }
+
+  static Triple<V> Dup(const L& l, const uint8_t* here, const uint8_t* other, uint32_t x) {
+    const V sites = Sites();
+    const V h = L::At(here, x), left = L::At(here, x - 1);
+    const V o = L::At(other, x), o_left = L::At(other, x - 1);
+    return {l.Copy(L::Select(sites, h, left)), l.Copy(L::Select(sites, left, h)), l.Copy(L::Select(sites, o_left, o))};
+  }
+
+  static Triple<V> Mean(const L& l, const uint8_t* above, const uint8_t* here, const uint8_t* below, uint32_t x) {
+    const V sites = Sites();
+    const V n = L::At(above, x), s = L::At(below, x);
+    const V w = L::At(here, x - 1), h = L::At(here, x), e = L::At(here, x + 1);
+    const V nw = L::At(above, x - 1), ne = L::At(above, x + 1);
+    const V sw = L::At(below, x - 1), se = L::At(below, x + 1);
+    V green, diagonal;
+    if constexpr (M::kMethod == Method::med) {
+      green = l.Med4(n, w, s, e);
+      diagonal = l.Med4(nw, ne, sw, se);
+    } else {
+      green = l.Mean4(n, s, w, e);
+      diagonal = l.Mean4(nw, ne, sw, se);
+    }
+    return {L::Select(sites, l.Copy(h), l.Mean2(w, e)), L::Select(sites, green, l.Copy(h)),
+            L::Select(sites, diagonal, l.Mean2(n, s))};
+  }
+};
+
+// Sixteen pixels' channel values: 8-bit lanes, or 16-bit lanes in two halves.
+struct Bytes16 {
+  uint8x16_t r, g, b;
+};
+struct Words16 {
+  uint16x8_t r[2], g[2], b[2];
+};
+
+template <class Row, class V>
+void Assign(const Triple<V>& t, V* r, V* g, V* b) {
+  *g = t.green;
+  *r = Row::kRed ? t.row : t.other;
+  *b = Row::kRed ? t.other : t.row;
+}
+
+// The low 8 bits of each 16-bit value, sixteen of them in one vector.
+inline uint8x16_t LowBytes(uint16x8_t lo, uint16x8_t hi) { return vcombine_u8(vmovn_u16(lo), vmovn_u16(hi)); }
+inline Bytes16 ToBytes(const Words16& v) {
+  return {LowBytes(v.r[0], v.r[1]), LowBytes(v.g[0], v.g[1]), LowBytes(v.b[0], v.b[1])};
+}
+inline Words16 ToWords(const Bytes16& v) {
+  return {{vmovl_u8(vget_low_u8(v.r)), vmovl_u8(vget_high_u8(v.r))},
+          {vmovl_u8(vget_low_u8(v.g)), vmovl_u8(vget_high_u8(v.g))},
+          {vmovl_u8(vget_low_u8(v.b)), vmovl_u8(vget_high_u8(v.b))}};
+}
+
+// 5:6:5 words: (hi << 8) & 0xF800 | (g << 3) & 0x07E0 | lo >> 3, lo unmasked.
+inline uint16x8_t Word565(uint16x8_t hi, uint16x8_t g, uint16x8_t lo) {
+  return vorrq_u16(vorrq_u16(vandq_u16(vshlq_n_u16(hi, 8), vdupq_n_u16(0xF800)),
+                             vandq_u16(vshlq_n_u16(g, 3), vdupq_n_u16(0x07E0))),
+                   vshrq_n_u16(lo, 3));
+}
+
+// Packer<P>::Store for sixteen pixels.
+template <Packing P>
+void Put(uint8_t* out, const Bytes16& v);
+template <Packing P>
+void Put(uint8_t* out, const Words16& v) {
+  if constexpr (P == Packing::RGB16 || P == Packing::BGR16) {
+    for (int i = 0; i < 2; ++i) {
+      const uint16x8_t w = P == Packing::RGB16 ? Word565(v.r[i], v.g[i], v.b[i]) : Word565(v.b[i], v.g[i], v.r[i]);
+      vst1q_u8(out + 16 * i, vreinterpretq_u8_u16(w));
+    }
+  } else {
+    Put<P>(out, ToBytes(v));
+  }
+}
+template <Packing P>
+void Put(uint8_t* out, const Bytes16& v) {
+  if constexpr (P == Packing::RGB16 || P == Packing::BGR16) {
+    Put<P>(out, ToWords(v));
+  } else if constexpr (P == Packing::BGR24) {
+    vst3q_u8(out, uint8x16x3_t{{v.b, v.g, v.r}});
+  } else {
+    static_assert(P == Packing::BGRX32 || P == Packing::RGBX32);
+    uint8x16x4_t q = vld4q_u8(out);  // the X bytes (fourth of each pixel) go back as they were
+    q.val[0] = P == Packing::BGRX32 ? v.b : v.r;
+    q.val[1] = v.g;
+    q.val[2] = P == Packing::BGRX32 ? v.r : v.b;
+    vst4q_u8(out, q);
+  }
+}
+
+// The policy the walkers call.
+struct Vec {
+  template <class M, class Row>
+  static uint32_t DupPairs(const uint8_t* here, const uint8_t* other, uint8_t* out, uint32_t count,
+                           const Arith<M::kDepth>& a) {
+    return Blocks<M, Row, LanesOf<M::kDepth>>(count, a, out, [&](const LanesOf<M::kDepth>& l, uint32_t x) {
+      return PairRules<M, Row>::Dup(l, here, other, x);
+    });
+  }
+
+  template <class M, class Row>
+  static uint32_t MeanPairs(const uint8_t* above, const uint8_t* here, const uint8_t* below, uint8_t* out,
+                            uint32_t count, const Arith<M::kDepth>& a) {
+    if constexpr (M::kDepth == Depth::BAYn && kByteChannels<M::kPacking>) {
+      if (WordLanesT<true>::Usable(a)) return MeanBlocks<M, Row, WordLanesT<true>>(above, here, below, out, count, a);
+    }
+    return MeanBlocks<M, Row, LanesOf<M::kDepth>>(above, here, below, out, count, a);
+  }
+
+ private:
+  static constexpr uint32_t kPairsPerBlock = 8;
+
+  template <class M, class Row, class L>
+  static uint32_t MeanBlocks(const uint8_t* above, const uint8_t* here, const uint8_t* below, uint8_t* out,
+                             uint32_t count, const Arith<M::kDepth>& a) {
+    return Blocks<M, Row, L>(count, a, out, [&](const L& l, uint32_t x) {
+      return PairRules<M, Row, L>::Mean(l, above, here, below, x);
+    });
+  }
+
+  // Whole blocks of pairs from pair 0 while they last; returns the pairs done.
+  template <class M, class Row, class L, class Rules>
+  static uint32_t Blocks(uint32_t count, const Arith<M::kDepth>& a, uint8_t* out, Rules rules) {
+    if (!L::Usable(a)) return 0;
+    const L l(a);
+    uint32_t k = 0;
+    for (; count - k >= kPairsPerBlock; k += kPairsPerBlock) {
+      const uint32_t x = 2 * k + 1;
+      uint8_t* d = out + uint64_t{x} * Packer<M::kPacking>::kBytes;
+      if constexpr (L::kLanes == 16) {
+        Bytes16 v;
+        Assign<Row>(rules(l, x), &v.r, &v.g, &v.b);
+        Put<M::kPacking>(d, v);
+      } else {
+        Words16 v;
+        Assign<Row>(rules(l, x), &v.r[0], &v.g[0], &v.b[0]);
+        Assign<Row>(rules(l, x + 8), &v.r[1], &v.g[1], &v.b[1]);
+        Put<M::kPacking>(d, v);
+      }
+    }
+    return k;
+  }
+};
+
+}  // namespace qvi::bayer::neon
