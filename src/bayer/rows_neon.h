@@ -1,13 +1,7 @@
-// NEON pair kernels of the demosaic methods (64-bit Arm): blocks of 8 pairs
-// (16 pixels, columns x .. x + 15 with x = 2k + 1), the arithmetic of the
-// SSE2 kernels lane by lane, which is that of the portable pair loop.
-//
-// Every neighbour is an unaligned load at an offset of one sample, so a block
-// reads exactly the samples its pairs read in the portable loop (up to one
-// past its last pixel) and writes exactly its pixels' bytes; the X bytes of
-// the 32-bit packings are loaded and stored back unchanged.  Lanes alternate
-// between the two site kinds of the row, so each colour is computed both
-// ways and chosen per lane by a constant mask.
+// NEON lanes and stores of the demosaic pair kernels (pair_blocks.h; 64-bit
+// Arm), with the arithmetic of the SSE2 ones: 16 lanes of 8-bit samples or
+// 8 of 16-bit ones.  The X bytes of the 32-bit packings are loaded and
+// stored back unchanged.
 #pragma once
 
 #include <arm_neon.h>
@@ -17,6 +11,7 @@
 
 #include "bayer/member.h"
 #include "bayer/pack.h"
+#include "bayer/pair_blocks.h"
 #include "bayer/sample.h"
 
 namespace qvi::bayer::neon {
@@ -29,6 +24,7 @@ struct ByteLanes {
   static bool Usable(const Arith<Depth::BAY8>&) { return true; }
   // Lanes at even offsets from the block's first column.
   static V EvenLanes() { return vreinterpretq_u8_u16(vdupq_n_u16(0x00FF)); }
+  static V OddLanes() { return vreinterpretq_u8_u16(vdupq_n_u16(0xFF00)); }
   static V At(const uint8_t* row, uint32_t x) { return vld1q_u8(row + x); }
   static V Select(V mask, V a, V b) { return vbslq_u8(mask, a, b); }
 
@@ -66,6 +62,7 @@ struct WordLanesT {
     return kWrapping ? a.Mean2Shift() <= 8 && a.Mean4Shift() <= 8 : a.Mean2Shift() >= 1 && a.Mean4Shift() >= 2;
   }
   static V EvenLanes() { return vreinterpretq_u16_u32(vdupq_n_u32(0x0000FFFF)); }
+  static V OddLanes() { return vreinterpretq_u16_u32(vdupq_n_u32(0xFFFF0000u)); }
   static V At(const uint8_t* row, uint32_t x) { return vreinterpretq_u16_u8(vld1q_u8(row + 2 * uint64_t{x})); }
   static V Select(V mask, V a, V b) { return vbslq_u16(mask, a, b); }
 
@@ -94,51 +91,6 @@ using WordLanes = WordLanesT<false>;
 template <Depth D>
 using LanesOf = std::conditional_t<D == Depth::BAY8, ByteLanes, WordLanes>;
 
-// One vector of pixels as the row's colour, green and the other colour.
-template <class V>
-struct Triple {
-  V row, green, other;
-};
-
-// The rules of the interior pairs for the pixels x .. x + kLanes - 1.
-template <class M, class Row, class L = LanesOf<M::kDepth>>
-struct PairRules {
-  using V = typename L::V;
-  // Lanes holding the row's red or blue samples.
-  static V Sites() {
-    if constexpr (std::is_same_v<V, uint8x16_t>) {
-      return Row::SiteAt(1) ? L::EvenLanes() : vmvnq_u8(L::EvenLanes());
-    } else {
-      return Row::SiteAt(1) ? L::EvenLanes() : vmvnq_u16(L::EvenLanes());
-    }
-  }
-
-  static Triple<V> Dup(const L& l, const uint8_t* here, const uint8_t* other, uint32_t x) {
-    const V sites = Sites();
-    const V h = L::At(here, x), left = L::At(here, x - 1);
-    const V o = L::At(other, x), o_left = L::At(other, x - 1);
-    return {l.Copy(L::Select(sites, h, left)), l.Copy(L::Select(sites, left, h)), l.Copy(L::Select(sites, o_left, o))};
-  }
-
-  static Triple<V> Mean(const L& l, const uint8_t* above, const uint8_t* here, const uint8_t* below, uint32_t x) {
-    const V sites = Sites();
-    const V n = L::At(above, x), s = L::At(below, x);
-    const V w = L::At(here, x - 1), h = L::At(here, x), e = L::At(here, x + 1);
-    const V nw = L::At(above, x - 1), ne = L::At(above, x + 1);
-    const V sw = L::At(below, x - 1), se = L::At(below, x + 1);
-    V green, diagonal;
-    if constexpr (M::kMethod == Method::med) {
-      green = l.Med4(n, w, s, e);
-      diagonal = l.Med4(nw, ne, sw, se);
-    } else {
-      green = l.Mean4(n, s, w, e);
-      diagonal = l.Mean4(nw, ne, sw, se);
-    }
-    return {L::Select(sites, l.Copy(h), l.Mean2(w, e)), L::Select(sites, green, l.Copy(h)),
-            L::Select(sites, diagonal, l.Mean2(n, s))};
-  }
-};
-
 // Sixteen pixels' channel values: 8-bit lanes, or 16-bit lanes in two halves.
 struct Bytes16 {
   uint8x16_t r, g, b;
@@ -146,13 +98,6 @@ struct Bytes16 {
 struct Words16 {
   uint16x8_t r[2], g[2], b[2];
 };
-
-template <class Row, class V>
-void Assign(const Triple<V>& t, V* r, V* g, V* b) {
-  *g = t.green;
-  *r = Row::kRed ? t.row : t.other;
-  *b = Row::kRed ? t.other : t.row;
-}
 
 // The low 8 bits of each 16-bit value, sixteen of them in one vector.
 inline uint8x16_t LowBytes(uint16x8_t lo, uint16x8_t hi) { return vcombine_u8(vmovn_u16(lo), vmovn_u16(hi)); }
@@ -202,58 +147,19 @@ void Put(uint8_t* out, const Bytes16& v) {
   }
 }
 
-// The policy the walkers call.
-struct Vec {
-  template <class M, class Row>
-  static uint32_t DupPairs(const uint8_t* here, const uint8_t* other, uint8_t* out, uint32_t count,
-                           const Arith<M::kDepth>& a) {
-    return Blocks<M, Row, LanesOf<M::kDepth>>(count, a, out, [&](const LanesOf<M::kDepth>& l, uint32_t x) {
-      return PairRules<M, Row>::Dup(l, here, other, x);
-    });
-  }
-
-  template <class M, class Row>
-  static uint32_t MeanPairs(const uint8_t* above, const uint8_t* here, const uint8_t* below, uint8_t* out,
-                            uint32_t count, const Arith<M::kDepth>& a) {
-    if constexpr (M::kDepth == Depth::BAYn && kByteChannels<M::kPacking>) {
-      if (WordLanesT<true>::Usable(a)) return MeanBlocks<M, Row, WordLanesT<true>>(above, here, below, out, count, a);
-    }
-    return MeanBlocks<M, Row, LanesOf<M::kDepth>>(above, here, below, out, count, a);
-  }
-
- private:
-  static constexpr uint32_t kPairsPerBlock = 8;
-
-  template <class M, class Row, class L>
-  static uint32_t MeanBlocks(const uint8_t* above, const uint8_t* here, const uint8_t* below, uint8_t* out,
-                             uint32_t count, const Arith<M::kDepth>& a) {
-    return Blocks<M, Row, L>(count, a, out, [&](const L& l, uint32_t x) {
-      return PairRules<M, Row, L>::Mean(l, above, here, below, x);
-    });
-  }
-
-  // Whole blocks of pairs from pair 0 while they last; returns the pairs done.
-  template <class M, class Row, class L, class Rules>
-  static uint32_t Blocks(uint32_t count, const Arith<M::kDepth>& a, uint8_t* out, Rules rules) {
-    if (!L::Usable(a)) return 0;
-    const L l(a);
-    uint32_t k = 0;
-    for (; count - k >= kPairsPerBlock; k += kPairsPerBlock) {
-      const uint32_t x = 2 * k + 1;
-      uint8_t* d = out + uint64_t{x} * Packer<M::kPacking>::kBytes;
-      if constexpr (L::kLanes == 16) {
-        Bytes16 v;
-        Assign<Row>(rules(l, x), &v.r, &v.g, &v.b);
-        Put<M::kPacking>(d, v);
-      } else {
-        Words16 v;
-        Assign<Row>(rules(l, x), &v.r[0], &v.g[0], &v.b[0]);
-        Assign<Row>(rules(l, x + 8), &v.r[1], &v.g[1], &v.b[1]);
-        Put<M::kPacking>(d, v);
-      }
-    }
-    return k;
+struct Isa {
+  template <Depth D>
+  using LanesOf = neon::LanesOf<D>;
+  using WrappingLanes = WordLanesT<true>;
+  using Bytes16 = neon::Bytes16;
+  using Words16 = neon::Words16;
+  template <Packing P, class Pixels>
+  static void Put(uint8_t* out, const Pixels& v) {
+    neon::Put<P>(out, v);
   }
 };
+
+// The policy the walkers call.
+using Vec = lanes::PairBlocks<Isa>;
 
 }  // namespace qvi::bayer::neon

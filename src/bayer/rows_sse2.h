@@ -1,13 +1,6 @@
-// SSE2 pair kernels of the demosaic methods: blocks of 8 pairs (16 pixels,
-// columns x .. x + 15 with x = 2k + 1), the same arithmetic as the portable
-// pair loop lane by lane.
-//
-// Every neighbour is an unaligned load at an offset of one sample, so a block
-// reads exactly the samples its pairs read in the portable loop (up to one
-// past its last pixel) and writes exactly its pixels' bytes; the X bytes of
-// the 32-bit packings are loaded and stored back unchanged.  Lanes alternate
-// between the two site kinds of the row, so each colour is computed both
-// ways and chosen per lane by a constant mask.
+// SSE2 lanes and stores of the demosaic pair kernels (pair_blocks.h): 16
+// lanes of 8-bit samples or 8 of 16-bit ones.  The X bytes of the 32-bit
+// packings are loaded and stored back unchanged.
 #pragma once
 
 #include <cstdint>
@@ -15,6 +8,7 @@
 
 #include "bayer/member.h"
 #include "bayer/pack.h"
+#include "bayer/pair_blocks.h"
 #include "bayer/sample.h"
 #include "buffer/sse2.h"
 
@@ -26,12 +20,15 @@ using qvi::sse2::StoreU;
 
 // 8-bit samples, 16 lanes: the arithmetic of Arith<Depth::BAY8>.
 struct ByteLanes {
+  using V = __m128i;
   static constexpr uint32_t kLanes = 16;
   explicit ByteLanes(const Arith<Depth::BAY8>&) {}
   static bool Usable(const Arith<Depth::BAY8>&) { return true; }
   // Lanes at even offsets from the block's first column.
   static __m128i EvenLanes() { return _mm_set1_epi16(0x00FF); }
+  static __m128i OddLanes() { return _mm_set1_epi16(static_cast<short>(0xFF00)); }
   static __m128i At(const uint8_t* row, uint32_t x) { return LoadU(row + x); }
+  static __m128i Select(__m128i mask, __m128i a, __m128i b) { return qvi::sse2::Select(mask, a, b); }
 
   // (x + y) >> 1: the rounding-up average less the dropped half.
   static __m128i Half(__m128i x, __m128i y) {
@@ -63,6 +60,7 @@ struct ByteLanes {
 // 16 bits; bits s to s + 7 of a sum are exact modulo 2^16 while s <= 8.
 template <bool kWrapping>
 struct WordLanesT {
+  using V = __m128i;
   static constexpr uint32_t kLanes = 8;
   static constexpr int kMean2Halvings = kWrapping ? 0 : 1, kMean4Halvings = kWrapping ? 0 : 2;
   explicit WordLanesT(const Arith<Depth::BAYn>& a)
@@ -73,7 +71,9 @@ struct WordLanesT {
     return kWrapping ? a.Mean2Shift() <= 8 && a.Mean4Shift() <= 8 : a.Mean2Shift() >= 1 && a.Mean4Shift() >= 2;
   }
   static __m128i EvenLanes() { return _mm_set1_epi32(0x0000FFFF); }
+  static __m128i OddLanes() { return _mm_set1_epi32(static_cast<int>(0xFFFF0000u)); }
   static __m128i At(const uint8_t* row, uint32_t x) { return LoadU(row + 2 * uint64_t{x}); }
+  static __m128i Select(__m128i mask, __m128i a, __m128i b) { return qvi::sse2::Select(mask, a, b); }
 
   // (x + y) >> 1 without leaving 16 bits.
   static __m128i Half(__m128i x, __m128i y) {
@@ -107,45 +107,6 @@ using WordLanes = WordLanesT<false>;
 template <Depth D>
 using LanesOf = std::conditional_t<D == Depth::BAY8, ByteLanes, WordLanes>;
 
-// One vector of pixels as the row's colour, green and the other colour.
-struct Triple {
-  __m128i row, green, other;
-};
-
-// The rules of the interior pairs for the pixels x .. x + kLanes - 1.
-template <class M, class Row, class L = LanesOf<M::kDepth>>
-struct PairRules {
-  // Lanes holding the row's red or blue samples.
-  static __m128i Sites() {
-    return Row::SiteAt(1) ? L::EvenLanes() : _mm_xor_si128(L::EvenLanes(), _mm_set1_epi32(-1));
-  }
-
-  static Triple Dup(const L& l, const uint8_t* here, const uint8_t* other, uint32_t x) {
-    const __m128i sites = Sites();
-    const __m128i h = L::At(here, x), left = L::At(here, x - 1);
-    const __m128i o = L::At(other, x), o_left = L::At(other, x - 1);
-    return {l.Copy(Select(sites, h, left)), l.Copy(Select(sites, left, h)), l.Copy(Select(sites, o_left, o))};
-  }
-
-  static Triple Mean(const L& l, const uint8_t* above, const uint8_t* here, const uint8_t* below, uint32_t x) {
-    const __m128i sites = Sites();
-    const __m128i n = L::At(above, x), s = L::At(below, x);
-    const __m128i w = L::At(here, x - 1), h = L::At(here, x), e = L::At(here, x + 1);
-    const __m128i nw = L::At(above, x - 1), ne = L::At(above, x + 1);
-    const __m128i sw = L::At(below, x - 1), se = L::At(below, x + 1);
-    __m128i green, diagonal;
-    if constexpr (M::kMethod == Method::med) {
-      green = l.Med4(n, w, s, e);
-      diagonal = l.Med4(nw, ne, sw, se);
-    } else {
-      green = l.Mean4(n, s, w, e);
-      diagonal = l.Mean4(nw, ne, sw, se);
-    }
-    return {Select(sites, l.Copy(h), l.Mean2(w, e)), Select(sites, green, l.Copy(h)),
-            Select(sites, diagonal, l.Mean2(n, s))};
-  }
-};
-
 // Sixteen pixels' channel values: 8-bit lanes, or 16-bit lanes in two halves.
 struct Bytes16 {
   __m128i r, g, b;
@@ -153,13 +114,6 @@ struct Bytes16 {
 struct Words16 {
   __m128i r[2], g[2], b[2];
 };
-
-template <class Row>
-void Assign(const Triple& t, __m128i* r, __m128i* g, __m128i* b) {
-  *g = t.green;
-  *r = Row::kRed ? t.row : t.other;
-  *b = Row::kRed ? t.other : t.row;
-}
 
 // The low 8 bits of each 16-bit value, sixteen of them in one vector.
 inline __m128i LowBytes(__m128i lo, __m128i hi) {
@@ -208,58 +162,19 @@ void Put(uint8_t* out, const Bytes16& v) {
   }
 }
 
-// The policy the walkers call.
-struct Vec {
-  template <class M, class Row>
-  static uint32_t DupPairs(const uint8_t* here, const uint8_t* other, uint8_t* out, uint32_t count,
-                           const Arith<M::kDepth>& a) {
-    return Blocks<M, Row, LanesOf<M::kDepth>>(count, a, out, [&](const LanesOf<M::kDepth>& l, uint32_t x) {
-      return PairRules<M, Row>::Dup(l, here, other, x);
-    });
-  }
-
-  template <class M, class Row>
-  static uint32_t MeanPairs(const uint8_t* above, const uint8_t* here, const uint8_t* below, uint8_t* out,
-                            uint32_t count, const Arith<M::kDepth>& a) {
-    if constexpr (M::kDepth == Depth::BAYn && kByteChannels<M::kPacking>) {
-      if (WordLanesT<true>::Usable(a)) return MeanBlocks<M, Row, WordLanesT<true>>(above, here, below, out, count, a);
-    }
-    return MeanBlocks<M, Row, LanesOf<M::kDepth>>(above, here, below, out, count, a);
-  }
-
- private:
-  static constexpr uint32_t kPairsPerBlock = 8;
-
-  template <class M, class Row, class L>
-  static uint32_t MeanBlocks(const uint8_t* above, const uint8_t* here, const uint8_t* below, uint8_t* out,
-                             uint32_t count, const Arith<M::kDepth>& a) {
-    return Blocks<M, Row, L>(count, a, out, [&](const L& l, uint32_t x) {
-      return PairRules<M, Row, L>::Mean(l, above, here, below, x);
-    });
-  }
-
-  // Whole blocks of pairs from pair 0 while they last; returns the pairs done.
-  template <class M, class Row, class L, class Rules>
-  static uint32_t Blocks(uint32_t count, const Arith<M::kDepth>& a, uint8_t* out, Rules rules) {
-    if (!L::Usable(a)) return 0;
-    const L l(a);
-    uint32_t k = 0;
-    for (; count - k >= kPairsPerBlock; k += kPairsPerBlock) {
-      const uint32_t x = 2 * k + 1;
-      uint8_t* d = out + uint64_t{x} * Packer<M::kPacking>::kBytes;
-      if constexpr (L::kLanes == 16) {
-        Bytes16 v;
-        Assign<Row>(rules(l, x), &v.r, &v.g, &v.b);
-        Put<M::kPacking>(d, v);
-      } else {
-        Words16 v;
-        Assign<Row>(rules(l, x), &v.r[0], &v.g[0], &v.b[0]);
-        Assign<Row>(rules(l, x + 8), &v.r[1], &v.g[1], &v.b[1]);
-        Put<M::kPacking>(d, v);
-      }
-    }
-    return k;
+struct Isa {
+  template <Depth D>
+  using LanesOf = sse2::LanesOf<D>;
+  using WrappingLanes = WordLanesT<true>;
+  using Bytes16 = sse2::Bytes16;
+  using Words16 = sse2::Words16;
+  template <Packing P, class Pixels>
+  static void Put(uint8_t* out, const Pixels& v) {
+    sse2::Put<P>(out, v);
   }
 };
+
+// The policy the walkers call.
+using Vec = lanes::PairBlocks<Isa>;
 
 }  // namespace qvi::bayer::sse2
