@@ -1,8 +1,6 @@
-// NEON kernels of the de-interlacing rows (64-bit Arm), sixteen bytes a
-// block, with the arithmetic of the SSE2 kernels: the line mean, and the
-// interior of the bilinear and median rows.  A block reads the same bytes of
-// the two field lines as the portable loop does for its sixteen output bytes
-// and writes exactly those bytes; the portable loop finishes the row.
+// NEON arithmetic of the de-interlacing row kernels (row_blocks.h; 64-bit
+// Arm), that of the SSE2 kernels: the truncating mean, bilinear and median
+// bytes, sixteen at a time.
 #pragma once
 
 #include <arm_neon.h>
@@ -10,22 +8,28 @@
 #include <cstdint>
 
 #include "field/field_rows.h"
+#include "field/row_blocks.h"
 
 namespace qvi::field::neon {
 
-inline constexpr uint32_t kBlock = 16;
-
-// The six bytes around each of sixteen output bytes: above and below, each
-// with its neighbours `step` to either side.
-struct Six {
-  uint8x16_t a_left, a, a_right, b_left, b, b_right;
-  Six(const uint8_t* above, const uint8_t* below, uint32_t i, uint32_t step)
-      : a_left(vld1q_u8(above + i - step)), a(vld1q_u8(above + i)), a_right(vld1q_u8(above + i + step)),
-        b_left(vld1q_u8(below + i - step)), b(vld1q_u8(below + i)), b_right(vld1q_u8(below + i + step)) {}
-};
-
 template <class Op>
 struct VectorOp;
+
+struct Isa {
+  using V = uint8x16_t;
+  static V Load(const uint8_t* p) { return vld1q_u8(p); }
+  static void Store(uint8_t* p, V v) { vst1q_u8(p, v); }
+  static V Half(V x, V y) { return vhaddq_u8(x, y); }
+  template <class Op>
+  static V AtOf(const lanes::Six<Isa>& v) {
+    return VectorOp<Op>::At(v);
+  }
+  static V Merge422(V chroma_values, V luma_values) {
+    return vbslq_u8(vreinterpretq_u8_u16(vdupq_n_u16(0xFF00)), chroma_values, luma_values);
+  }
+};
+
+using Six = lanes::Six<Isa>;
 
 // (105 (a + b) + 75 (sides)) >> 9 in 32-bit lanes.
 template <>
@@ -64,34 +68,6 @@ struct VectorOp<Median> {
   }
 };
 
-struct Vec {
-  // Bytes [i, end) of a row whose bytes all have neighbours `step` away.
-  template <class Op>
-  static uint32_t Interior(const uint8_t* a, const uint8_t* b, uint8_t* out, uint32_t i, uint32_t end,
-                           uint32_t step) {
-    for (; i < end && end - i >= kBlock; i += kBlock) vst1q_u8(out + i, VectorOp<Op>::At(Six(a, b, i, step)));
-    return i;
-  }
-
-  // 4:2:2 bytes from an even i below end: luma (even bytes) with neighbours
-  // 2 away, chroma (odd bytes) 4 away.
-  template <class Op>
-  static uint32_t Interior422(const uint8_t* a, const uint8_t* b, uint8_t* out, uint32_t i, uint32_t end) {
-    const uint8x16_t chroma = vreinterpretq_u8_u16(vdupq_n_u16(0xFF00));
-    for (; i < end && end - i >= kBlock; i += kBlock) {
-      const uint8x16_t luma_values = VectorOp<Op>::At(Six(a, b, i, 2));
-      const uint8x16_t chroma_values = VectorOp<Op>::At(Six(a, b, i, 4));
-      vst1q_u8(out + i, vbslq_u8(chroma, chroma_values, luma_values));
-    }
-    return i;
-  }
-
-  // The byte-wise truncating mean of two lines from byte 0.
-  static uint32_t Mean(const uint8_t* a, const uint8_t* b, uint8_t* out, uint32_t n) {
-    uint32_t i = 0;
-    for (; n - i >= kBlock; i += kBlock) vst1q_u8(out + i, vhaddq_u8(vld1q_u8(a + i), vld1q_u8(b + i)));
-    return i;
-  }
-};
+struct Vec : lanes::RowBlocks<Isa> {};
 
 }  // namespace qvi::field::neon

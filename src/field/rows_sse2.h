@@ -1,8 +1,5 @@
-// SSE2 kernels of the de-interlacing rows, sixteen bytes a block: the
-// line mean, and the interior of the bilinear and median rows.  A block
-// reads the same bytes of the two field lines as the portable loop does for
-// its sixteen output bytes and writes exactly those bytes; the portable loop
-// finishes the row.
+// SSE2 arithmetic of the de-interlacing row kernels (row_blocks.h): the
+// truncating mean, bilinear and median bytes, sixteen at a time.
 #pragma once
 
 #include <emmintrin.h>
@@ -11,30 +8,36 @@
 
 #include "buffer/sse2.h"
 #include "field/field_rows.h"
+#include "field/row_blocks.h"
 
 namespace qvi::field::sse2 {
 
 using qvi::sse2::LoadU;
 using qvi::sse2::StoreU;
 
-inline constexpr uint32_t kBlock = 16;
-
 // (x + y) >> 1 of bytes.
 inline __m128i Half(__m128i x, __m128i y) {
   return _mm_sub_epi8(_mm_avg_epu8(x, y), _mm_and_si128(_mm_xor_si128(x, y), _mm_set1_epi8(1)));
 }
 
-// The six bytes around each of sixteen output bytes: above and below, each
-// with its neighbours `step` to either side.
-struct Six {
-  __m128i a_left, a, a_right, b_left, b, b_right;
-  Six(const uint8_t* above, const uint8_t* below, uint32_t i, uint32_t step)
-      : a_left(LoadU(above + i - step)), a(LoadU(above + i)), a_right(LoadU(above + i + step)),
-        b_left(LoadU(below + i - step)), b(LoadU(below + i)), b_right(LoadU(below + i + step)) {}
-};
-
 template <class Op>
 struct VectorOp;
+
+struct Isa {
+  using V = __m128i;
+  static V Load(const uint8_t* p) { return LoadU(p); }
+  static void Store(uint8_t* p, V v) { StoreU(p, v); }
+  static V Half(V x, V y) { return sse2::Half(x, y); }
+  template <class Op>
+  static V AtOf(const lanes::Six<Isa>& v) {
+    return VectorOp<Op>::At(v);
+  }
+  static V Merge422(V chroma_values, V luma_values) {
+    return qvi::sse2::Select(_mm_set1_epi16(static_cast<short>(0xFF00)), chroma_values, luma_values);
+  }
+};
+
+using Six = lanes::Six<Isa>;
 
 // (105 (a + b) + 75 (sides)) >> 9 = (3 (35 centre + 25 sides)) >> 9, the
 // bracket below 2^16, and x >> 9 of 3x as the high half of 384x.
@@ -76,34 +79,6 @@ struct VectorOp<Median> {
   }
 };
 
-struct Vec {
-  // Bytes [i, end) of a row whose bytes all have neighbours `step` away.
-  template <class Op>
-  static uint32_t Interior(const uint8_t* a, const uint8_t* b, uint8_t* out, uint32_t i, uint32_t end,
-                           uint32_t step) {
-    for (; i < end && end - i >= kBlock; i += kBlock) StoreU(out + i, VectorOp<Op>::At(Six(a, b, i, step)));
-    return i;
-  }
-
-  // 4:2:2 bytes from an even i below end: luma (even bytes) with neighbours
-  // 2 away, chroma (odd bytes) 4 away.
-  template <class Op>
-  static uint32_t Interior422(const uint8_t* a, const uint8_t* b, uint8_t* out, uint32_t i, uint32_t end) {
-    const __m128i chroma = _mm_set1_epi16(static_cast<short>(0xFF00));
-    for (; i < end && end - i >= kBlock; i += kBlock) {
-      const __m128i luma_values = VectorOp<Op>::At(Six(a, b, i, 2));
-      const __m128i chroma_values = VectorOp<Op>::At(Six(a, b, i, 4));
-      StoreU(out + i, qvi::sse2::Select(chroma, chroma_values, luma_values));
-    }
-    return i;
-  }
-
-  // The byte-wise mean of two lines from byte 0.
-  static uint32_t Mean(const uint8_t* a, const uint8_t* b, uint8_t* out, uint32_t n) {
-    uint32_t i = 0;
-    for (; n - i >= kBlock; i += kBlock) StoreU(out + i, Half(LoadU(a + i), LoadU(b + i)));
-    return i;
-  }
-};
+struct Vec : lanes::RowBlocks<Isa> {};
 
 }  // namespace qvi::field::sse2
