@@ -39,9 +39,10 @@ struct Writer<Fmt::Y32> {
   static void Put(uint8_t* d, const P& p) { Store32(d, p.word()); }
 };
 
-// 5:6:5 words; kRedHigh chooses which of red and blue takes bits 11-15.
-template <bool kRedHigh>
-struct Packed565Writer {
+// 16-bit words of 5:6:5 (kGreenBits 6) or 5:5:5 (kGreenBits 5, bit 15
+// zero): kRedHigh chooses which of red and blue takes the high five bits.
+template <bool kRedHigh, uint32_t kGreenBits>
+struct Packed16Writer {
   static constexpr bool kRedInHighField = kRedHigh;
   static constexpr uint32_t kBytes = 2;
   template <class P>
@@ -49,25 +50,16 @@ struct Packed565Writer {
     const Rgb8 c = p.rgb8();
     const uint32_t hi = kRedHigh ? c.r : c.b;
     const uint32_t lo = kRedHigh ? c.b : c.r;
-    Store16(d, ((hi & 0xF8u) << 8) + ((c.g & 0xFCu) << 3) + (lo >> 3));
+    const uint32_t green = c.g & (0xFFu << (8 - kGreenBits)) & 0xFFu;
+    Store16(d, ((hi & 0xF8u) << (kGreenBits + 2)) + (green << (kGreenBits - 3)) + (lo >> 3));
   }
 };
+template <bool kRedHigh>
+using Packed565Writer = Packed16Writer<kRedHigh, 6>;
+template <bool kRedHigh>
+using Packed555Writer = Packed16Writer<kRedHigh, 5>;
 template <> struct Writer<Fmt::RGB16> : Packed565Writer<true> {};
 template <> struct Writer<Fmt::BGR16> : Packed565Writer<false> {};
-
-// 5:5:5 words, bit 15 zero.
-template <bool kRedHigh>
-struct Packed555Writer {
-  static constexpr bool kRedInHighField = kRedHigh;
-  static constexpr uint32_t kBytes = 2;
-  template <class P>
-  static void Put(uint8_t* d, const P& p) {
-    const Rgb8 c = p.rgb8();
-    const uint32_t hi = kRedHigh ? c.r : c.b;
-    const uint32_t lo = kRedHigh ? c.b : c.r;
-    Store16(d, ((hi & 0xF8u) << 7) + ((c.g & 0xF8u) << 2) + (lo >> 3));
-  }
-};
 template <> struct Writer<Fmt::RGB15> : Packed555Writer<true> {};
 template <> struct Writer<Fmt::BGR15> : Packed555Writer<false> {};
 
