@@ -2,6 +2,7 @@
 // classification that every vector policy (SSE2, AVX2, AVX-512, NEON) shares.
 #pragma once
 
+#include <cstdint>
 #include <type_traits>
 
 #include "buffer/formats.h"
@@ -37,5 +38,26 @@ inline constexpr LineKernel kLineKernel =
     : std::is_same_v<R, Reader<Fmt::BGRX32>> && std::is_same_v<W, Writer<Fmt::BGR24>> ? LineKernel::kReversedBgrx32
     : std::is_same_v<R, Reader<Fmt::YUV422>> && (kBytes24<W> || kBytes32<W>) ? LineKernel::kYuv422
                                                                               : LineKernel::kNone;
+
+// The policy PixelLine and PairLine call, over one instruction set's line
+// kernels: GreyRows, Bgr24Rows, ReversedBgrx32Rows and Yuv422Rows, declared
+// beside the tag Isa and taking it first, so that the calls below find them.
+template <class Isa>
+struct KernelVec {
+  static constexpr uint32_t kBlock = Isa::kBlock;
+  template <class R, class W>
+  static uint32_t Pixels(const uint8_t* s, uint8_t* d, uint32_t w) {
+    constexpr LineKernel kKernel = kLineKernel<R, W>;
+    if constexpr (kKernel == LineKernel::kGrey) return GreyRows<R, W>(Isa{}, s, d, w);
+    if constexpr (kKernel == LineKernel::kBgr24) return Bgr24Rows<W>(Isa{}, s, d, w);
+    if constexpr (kKernel == LineKernel::kReversedBgrx32) return ReversedBgrx32Rows(Isa{}, s, d, w);
+    if constexpr (kKernel == LineKernel::kYuv422) return Yuv422Rows<W>(Isa{}, s, d, w);
+    return 0;
+  }
+  template <class R, class W>
+  static uint32_t Pairs(const uint8_t* s, uint8_t* d, uint32_t w) {
+    return Pixels<R, W>(s, d, w);
+  }
+};
 
 }  // namespace qvi::convert

@@ -18,6 +18,11 @@ namespace qvi::convert::neon {
 
 inline constexpr uint32_t kBlock = 16;
 
+// Names this set of kernels: each takes it first (see KernelVec).
+struct Isa {
+  static constexpr uint32_t kBlock = neon::kBlock;
+};
+
 // Sixteen pixels as planes of their 8-bit channels.
 struct Planes {
   uint8x16_t b, g, r;
@@ -53,7 +58,7 @@ void StoreColours(uint8_t* d, const Planes& c) {
 }
 
 template <class R, class W>
-uint32_t GreyRows(const uint8_t* s, uint8_t* d, uint32_t w) {
+uint32_t GreyRows(Isa, const uint8_t* s, uint8_t* d, uint32_t w) {
   uint32_t x = 0;
   for (; w - x >= kBlock; x += kBlock, s += kBlock * R::kBytes, d += kBlock * W::kBytes) {
     const uint8x16_t v = GreyBytes<R>(s);
@@ -87,7 +92,7 @@ uint16x8_t PackedWords(uint8x8_t b, uint8x8_t g, uint8x8_t r) {
 }
 
 template <class W>
-uint32_t Bgr24Rows(const uint8_t* s, uint8_t* d, uint32_t w) {
+uint32_t Bgr24Rows(Isa, const uint8_t* s, uint8_t* d, uint32_t w) {
   uint32_t x = 0;
   for (; w - x >= kBlock; x += kBlock, s += 3 * kBlock, d += kBlock * W::kBytes) {
     const uint8x16x3_t v = vld3q_u8(s);
@@ -104,7 +109,7 @@ uint32_t Bgr24Rows(const uint8_t* s, uint8_t* d, uint32_t w) {
 }
 
 // FMT_BGRX32 into FMT_BGR24: bytes 0 to 2 written in reverse order.
-inline uint32_t ReversedBgrx32Rows(const uint8_t* s, uint8_t* d, uint32_t w) {
+inline uint32_t ReversedBgrx32Rows(Isa, const uint8_t* s, uint8_t* d, uint32_t w) {
   uint32_t x = 0;
   for (; w - x >= kBlock; x += kBlock, s += 4 * kBlock, d += 3 * kBlock) {
     const uint8x16x4_t v = vld4q_u8(s);
@@ -137,7 +142,7 @@ inline uint8x8_t Plus(uint8x8_t luma, int16x8_t term) {
 
 // FMT_YUV422 pairs: sixteen pixels from 32 bytes Y0 U Y1 V.
 template <class W>
-uint32_t Yuv422Rows(const uint8_t* s, uint8_t* d, uint32_t w) {
+uint32_t Yuv422Rows(Isa, const uint8_t* s, uint8_t* d, uint32_t w) {
   uint32_t x = 0;
   for (; w - x >= kBlock; x += kBlock, s += 2 * kBlock, d += kBlock * W::kBytes) {
     const uint8x8x4_t v = vld4_u8(s);  // eight pairs: first luma, u, second luma, v
@@ -154,22 +159,6 @@ uint32_t Yuv422Rows(const uint8_t* s, uint8_t* d, uint32_t w) {
   return x;
 }
 
-// The policy PixelLine and PairLine call.
-struct Vec {
-  static constexpr uint32_t kBlock = neon::kBlock;
-  template <class R, class W>
-  static uint32_t Pixels(const uint8_t* s, uint8_t* d, uint32_t w) {
-    constexpr LineKernel kKernel = kLineKernel<R, W>;
-    if constexpr (kKernel == LineKernel::kGrey) return GreyRows<R, W>(s, d, w);
-    if constexpr (kKernel == LineKernel::kBgr24) return Bgr24Rows<W>(s, d, w);
-    if constexpr (kKernel == LineKernel::kReversedBgrx32) return ReversedBgrx32Rows(s, d, w);
-    if constexpr (kKernel == LineKernel::kYuv422) return Yuv422Rows<W>(s, d, w);
-    return 0;
-  }
-  template <class R, class W>
-  static uint32_t Pairs(const uint8_t* s, uint8_t* d, uint32_t w) {
-    return Pixels<R, W>(s, d, w);
-  }
-};
+using Vec = KernelVec<Isa>;
 
 }  // namespace qvi::convert::neon

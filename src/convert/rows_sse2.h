@@ -25,6 +25,11 @@ using qvi::sse2::StoreU;
 
 inline constexpr uint32_t kBlock = 16;
 
+// Names this set of kernels: each takes it first (see KernelVec).
+struct Isa {
+  static constexpr uint32_t kBlock = sse2::kBlock;
+};
+
 using convert::kBytes24;
 using convert::kBytes32;
 using convert::kGreySource;
@@ -54,7 +59,7 @@ inline Quads GreyQuads(__m128i v) {
 }
 
 template <class R, class W>
-uint32_t GreyRows(const uint8_t* s, uint8_t* d, uint32_t w) {
+uint32_t GreyRows(Isa, const uint8_t* s, uint8_t* d, uint32_t w) {
   uint32_t x = 0;
   for (; w - x >= kBlock; x += kBlock, s += kBlock * R::kBytes, d += kBlock * W::kBytes) {
     const __m128i v = GreyBytes<R>(s);
@@ -97,7 +102,7 @@ __m128i PackedWord(__m128i v) {
 }
 
 template <class W>
-uint32_t Bgr24Rows(const uint8_t* s, uint8_t* d, uint32_t w) {
+uint32_t Bgr24Rows(Isa, const uint8_t* s, uint8_t* d, uint32_t w) {
   uint32_t x = 0;
   for (; w - x >= kBlock; x += kBlock, s += 3 * kBlock, d += kBlock * W::kBytes) {
     Quads q = qvi::sse2::Load24(s);
@@ -119,7 +124,7 @@ uint32_t Bgr24Rows(const uint8_t* s, uint8_t* d, uint32_t w) {
 }
 
 // FMT_BGRX32 into FMT_BGR24: bytes 0 to 2 written in reverse order.
-inline uint32_t ReversedBgrx32Rows(const uint8_t* s, uint8_t* d, uint32_t w) {
+inline uint32_t ReversedBgrx32Rows(Isa, const uint8_t* s, uint8_t* d, uint32_t w) {
   uint32_t x = 0;
   for (; w - x >= kBlock; x += kBlock, s += 4 * kBlock, d += 3 * kBlock) {
     Quads q;
@@ -131,7 +136,7 @@ inline uint32_t ReversedBgrx32Rows(const uint8_t* s, uint8_t* d, uint32_t w) {
 
 // FMT_YUV422 pairs: sixteen pixels from 32 bytes Y0 U Y1 V.
 template <class W>
-uint32_t Yuv422Rows(const uint8_t* s, uint8_t* d, uint32_t w) {
+uint32_t Yuv422Rows(Isa, const uint8_t* s, uint8_t* d, uint32_t w) {
   const __m128i low = _mm_set1_epi16(0x00FF), offset = _mm_set1_epi16(128);
   const __m128i to_b = _mm_set1_epi32(1815), to_r = _mm_set1_epi32(1436 << 16), from_g = _mm_set1_epi32(352 | (731 << 16));
   uint32_t x = 0;
@@ -171,22 +176,6 @@ uint32_t Yuv422Rows(const uint8_t* s, uint8_t* d, uint32_t w) {
   return x;
 }
 
-// The policy PixelLine and PairLine call.
-struct Vec {
-  static constexpr uint32_t kBlock = sse2::kBlock;
-  template <class R, class W>
-  static uint32_t Pixels(const uint8_t* s, uint8_t* d, uint32_t w) {
-    constexpr LineKernel kKernel = kLineKernel<R, W>;
-    if constexpr (kKernel == LineKernel::kGrey) return GreyRows<R, W>(s, d, w);
-    if constexpr (kKernel == LineKernel::kBgr24) return Bgr24Rows<W>(s, d, w);
-    if constexpr (kKernel == LineKernel::kReversedBgrx32) return ReversedBgrx32Rows(s, d, w);
-    if constexpr (kKernel == LineKernel::kYuv422) return Yuv422Rows<W>(s, d, w);
-    return 0;
-  }
-  template <class R, class W>
-  static uint32_t Pairs(const uint8_t* s, uint8_t* d, uint32_t w) {
-    return Pixels<R, W>(s, d, w);
-  }
-};
+using Vec = KernelVec<Isa>;
 
 }  // namespace qvi::convert::sse2
