@@ -26,6 +26,13 @@ using sse2::LineKernel;
 
 inline constexpr uint32_t kBlock = 32;
 
+// Names this set of kernels: each takes it first (see KernelVec).  kMasked:
+// the X-keeping stores use byte masks; only run where CpuHasMaskedStores().
+template <bool kMasked>
+struct Isa {
+  static constexpr uint32_t kBlock = avx2::kBlock;
+};
+
 template <class R>
 QVI_AVX2 __m256i GreyBytes(const uint8_t* s) {
   if constexpr (std::is_same_v<R, Reader<Fmt::Y8>>) {
@@ -69,8 +76,8 @@ QVI_AVX2 inline void Grey8To32(const uint8_t* s, uint8_t* d) {
   }
 }
 
-template <class R, class W>
-QVI_AVX2 uint32_t GreyRows(const uint8_t* s, uint8_t* d, uint32_t w) {
+template <class R, class W, bool kMasked>
+QVI_AVX2 uint32_t GreyRows(Isa<kMasked>, const uint8_t* s, uint8_t* d, uint32_t w) {
   uint32_t x = 0;
   for (; w - x >= kBlock; x += kBlock, s += kBlock * R::kBytes, d += kBlock * W::kBytes) {
     if constexpr (std::is_same_v<R, Reader<Fmt::Y8>> && kBytes24<W>) {
@@ -119,7 +126,7 @@ QVI_AVX2 inline __m256i Low16(__m256i a, __m256i b) {
 }
 
 template <class W, bool kMasked>
-QVI_AVX2 uint32_t Bgr24Rows(const uint8_t* s, uint8_t* d, uint32_t w) {
+QVI_AVX2 uint32_t Bgr24Rows(Isa<kMasked>, const uint8_t* s, uint8_t* d, uint32_t w) {
   uint32_t x = 0;
   for (; w - x >= kBlock; x += kBlock, s += 3 * kBlock, d += kBlock * W::kBytes) {
     if constexpr (kBytes24<W>) {
@@ -136,7 +143,8 @@ QVI_AVX2 uint32_t Bgr24Rows(const uint8_t* s, uint8_t* d, uint32_t w) {
   return x;
 }
 
-QVI_AVX2 inline uint32_t ReversedBgrx32Rows(const uint8_t* s, uint8_t* d, uint32_t w) {
+template <bool kMasked>
+QVI_AVX2 uint32_t ReversedBgrx32Rows(Isa<kMasked>, const uint8_t* s, uint8_t* d, uint32_t w) {
   uint32_t x = 0;
   for (; w - x >= kBlock; x += kBlock, s += 4 * kBlock, d += 3 * kBlock) {
     qvi::avx2::Store24<true>(d, {{LoadU(s), LoadU(s + 32), LoadU(s + 64), LoadU(s + 96)}});
@@ -165,7 +173,7 @@ QVI_AVX2 inline ChromaTerms Chroma(__m256i v) {
 }
 
 template <class W, bool kMasked>
-QVI_AVX2 uint32_t Yuv422Rows(const uint8_t* s, uint8_t* d, uint32_t w) {
+QVI_AVX2 uint32_t Yuv422Rows(Isa<kMasked>, const uint8_t* s, uint8_t* d, uint32_t w) {
   const __m256i low = _mm256_set1_epi16(0x00FF);
   uint32_t x = 0;
   for (; w - x >= kBlock; x += kBlock, s += 2 * kBlock, d += kBlock * W::kBytes) {
@@ -203,26 +211,7 @@ template <class R, class W>
 inline constexpr bool kMaskedStoresPay =
     (kLineKernel<R, W> == LineKernel::kBgr24 || kLineKernel<R, W> == LineKernel::kYuv422) && kBytes32<W>;
 
-// kMasked: the X-keeping stores use byte masks; only run where
-// CpuHasMaskedStores().
-template <bool kMasked>
-struct VecT {
-  static constexpr uint32_t kBlock = avx2::kBlock;
-  template <class R, class W>
-  QVI_AVX2 static uint32_t Pixels(const uint8_t* s, uint8_t* d, uint32_t w) {
-    constexpr LineKernel kKernel = kLineKernel<R, W>;
-    if constexpr (kKernel == LineKernel::kGrey) return GreyRows<R, W>(s, d, w);
-    if constexpr (kKernel == LineKernel::kBgr24) return Bgr24Rows<W, kMasked>(s, d, w);
-    if constexpr (kKernel == LineKernel::kReversedBgrx32) return ReversedBgrx32Rows(s, d, w);
-    if constexpr (kKernel == LineKernel::kYuv422) return Yuv422Rows<W, kMasked>(s, d, w);
-    return 0;
-  }
-  template <class R, class W>
-  QVI_AVX2 static uint32_t Pairs(const uint8_t* s, uint8_t* d, uint32_t w) {
-    return Pixels<R, W>(s, d, w);
-  }
-};
-using Vec = VecT<false>;
-using MaskedVec = VecT<true>;
+using Vec = KernelVec<Isa<false>>;
+using MaskedVec = KernelVec<Isa<true>>;
 
 }  // namespace qvi::convert::avx2

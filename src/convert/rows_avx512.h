@@ -116,7 +116,7 @@ QVI_AVX512 uint32_t Yuv422Rows(const uint8_t* s, uint8_t* d, uint32_t w) {
     _mm512_mask_storeu_epi8(d + 128, kColours, _mm512_permutex2var_epi64(f, first, h));
     _mm512_mask_storeu_epi8(d + 192, kColours, _mm512_permutex2var_epi64(f, second, h));
   }
-  return x + avx2::Yuv422Rows<W, true>(s, d, w - x);
+  return x + avx2::Yuv422Rows<W>(avx2::Isa<true>{}, s, d, w - x);
 }
 
 // ---- BGR24 into 5:6:5 and 5:5:5: 16 pixels a block, in 256-bit registers. ----
