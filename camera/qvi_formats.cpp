@@ -1,13 +1,13 @@
-#include "formats.h"
+#include "qvi_formats.h"
 
 #include <algorithm>
 #include <array>
 #include <cctype>
 #include <stdexcept>
 
-#include "image.h"
+#include "qvb.h"
 
-namespace qvi::tool {
+namespace qvi::camera {
 namespace {
 
 constexpr std::array<FormatInfo, 30> kFormats{{
@@ -63,7 +63,7 @@ const FormatInfo* FindFormat(std::string_view name) {
 const FormatInfo& FormatOf(ImageFormat code) {
   for (const FormatInfo& f : kFormats)
     if (f.code == code) return f;
-  throw std::logic_error("format code missing from the tool's table");
+  throw std::logic_error("format code missing from the format table");
 }
 
 std::optional<uint32_t> LineBytes(const FormatInfo& format, uint64_t width) {
@@ -129,12 +129,25 @@ std::string DescribeStatus(Status status) {
 
 bool HasConversion(const FormatInfo& source, const FormatInfo& destination) {
   // 2 x 2 pixels is the smallest image a demosaic accepts; the strides leave
-  // room for the widest pixel.
+  // room for the widest pixel, and the slack for a demosaic's reads past a
+  // line's end.
   constexpr uint32_t kSide = 2, kStride = 16;
-  Image src(source.code, kSide, kSide, kStride);
-  if (IsBayer(source.code)) src.SetBayer(DEMOSAIC_METHOD_DUP, BAYER_PHASE_A);
-  Image dst(destination.code, kSide, kSide, kStride);
-  return QVI_Convert(src.handle(), dst.handle()) != STATUS_BAD_PARAMETER;
+  uint8_t src_memory[kSide * kStride + 16] = {};
+  uint8_t dst_memory[kSide * kStride] = {};
+  BufferHandle src = 0, dst = 0;
+  if (QVB_BufferCreate(src_memory, kSide, kSide, kStride, source.code, &src) != QVB_STATUS_OK ||
+      QVB_BufferCreate(dst_memory, kSide, kSide, kStride, destination.code, &dst) != QVB_STATUS_OK) {
+    if (src != 0) QVB_BufferDestroy(src);
+    throw std::runtime_error("the buffer library could not create a buffer");
+  }
+  if (IsBayer(source.code)) {
+    QVB_BufferParameterSet(src, BUF_PARAM_DEMOSAIC_METHOD, DEMOSAIC_METHOD_DUP);
+    QVB_BufferParameterSet(src, BUF_PARAM_BAYER_PHASE, BAYER_PHASE_A);
+  }
+  const Status status = QVI_Convert(src, dst);
+  QVB_BufferDestroy(src);
+  QVB_BufferDestroy(dst);
+  return status != STATUS_BAD_PARAMETER;
 }
 
 std::vector<const FormatInfo*> ConversionsFrom(const FormatInfo& source) {
@@ -144,4 +157,4 @@ std::vector<const FormatInfo*> ConversionsFrom(const FormatInfo& source) {
   return found;
 }
 
-}  // namespace qvi::tool
+}  // namespace qvi::camera
