@@ -8,7 +8,16 @@ set -euo pipefail
 
 packages=(cmake make g++ clang libclang-rt-14-dev pkg-config binutils
           libgtest-dev libgmock-dev libbenchmark-dev
-          libtiff-dev libcli11-dev libpng-dev valgrind)
+          libtiff-dev libcli11-dev libpng-dev valgrind
+          # live capture: Aravis, its fake cameras and private network namespaces
+          libaravis-dev aravis-tools iproute2
+          # the GStreamer plugin, its tests and the comparison element
+          libgstreamer1.0-dev libgstreamer-plugins-base1.0-dev gstreamer1.0-tools
+          gstreamer1.0-plugins-base gstreamer1.0-plugins-good gstreamer1.0-plugins-bad
+          # the Python package, its tests and examples
+          python3-dev python3-numpy pybind11-dev python3-pybind11 python3-pytest
+          python3-hypothesis python3-opencv python3-tifffile python3-pil
+          python3-dask python3-distributed python3-matplotlib)
 
 cross=()
 if [ "${1:-}" = aarch64 ]; then
