@@ -281,8 +281,12 @@ GstFlowReturn Transform(GstBaseTransform* trans, GstBuffer* inbuf, GstBuffer* ou
   const gsize tail = gsize{DemosaicTailSamples(*n.bayer, method, *n.out, n.width, n.height)} * n.bayer->sample_bytes;
   const guint8* source = in.data + offset;
   bool readable = offset + rows + tail <= in.size;
-  if (!readable && offset + rows + tail <= in.maxsize && gst_buffer_n_memory(inbuf) == 1)
-    readable = GST_MEMORY_IS_ZERO_PADDED(gst_buffer_peek_memory(inbuf, 0));
+  if (!readable && offset + rows + tail <= in.maxsize && gst_buffer_n_memory(inbuf) == 1) {
+    // Zeroed padding of an allocation of its own (a share's slack is the
+    // next piece of its parent).
+    GstMemory* memory = gst_buffer_peek_memory(inbuf, 0);
+    readable = GST_MEMORY_IS_ZERO_PADDED(memory) && memory->parent == nullptr;
+  }
   if (!readable) {
     if (!n.said_copying) {
       GST_INFO_OBJECT(self, "input buffers end at their last pixel: demosaicing %ux%u frames from a padded copy",

@@ -18,3 +18,13 @@ cp examples/consumer/main.c examples/consumer/Makefile "$work/"
 PKG_CONFIG_PATH="$prefix/lib/pkgconfig" make -s -C "$work" qvi_consumer_make
 LD_LIBRARY_PATH="$prefix/lib" "$work/qvi_consumer_make"
 echo "installed package: CMake and pkg-config consumers built and ran"
+
+# The GStreamer plugin, where the build has it: installed into the prefix's
+# plugin folder, it loads the installed libraries and offers its elements.
+if [ -f "build/$preset/gst/libgstqvi.so" ]; then
+  for element in qvidemosaic qviconvert qvideinterlace; do
+    GST_REGISTRY_1_0="$work/registry.bin" GST_PLUGIN_SYSTEM_PATH_1_0="" \
+      GST_PLUGIN_PATH_1_0="$prefix/lib/gstreamer-1.0" gst-inspect-1.0 "$element" >/dev/null
+  done
+  echo "installed GStreamer plugin: qvidemosaic, qviconvert and qvideinterlace load"
+fi
