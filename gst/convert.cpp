@@ -55,11 +55,7 @@ GstCaps* TransformCaps(GstBaseTransform* trans, GstPadDirection direction, GstCa
     SetFormatList(converted, others);
     result = gst_caps_merge_structure(result, converted);
   }
-  if (filter != nullptr) {
-    GstCaps* both = gst_caps_intersect_full(filter, result, GST_CAPS_INTERSECT_FIRST);
-    gst_caps_unref(result);
-    result = both;
-  }
+  result = Filtered(result, filter);
   GST_DEBUG_OBJECT(trans, "%" GST_PTR_FORMAT " -> %" GST_PTR_FORMAT, caps, result);
   return result;
 }
@@ -133,26 +129,20 @@ GstFlowReturn TransformFrame(GstVideoFilter* filter, GstVideoFrame* in, GstVideo
   return GST_FLOW_OK;
 }
 
-// The formats some route starts or ends in, on both pads: a format also
-// passes through unchanged when both sides agree on it.
 GstFlowReturn Transform(GstBaseTransform* trans, GstBuffer* in, GstBuffer* out) {
   return TransformMappableFrames(trans, in, out, GST_BASE_TRANSFORM_CLASS(qvi_convert_parent_class));
 }
 
-GstCaps* TemplateCaps() {
+// The formats some route starts or ends in, on both pads: a format also
+// passes through unchanged when both sides agree on it.
+std::vector<const char*> RouteFormats() {
   std::vector<const char*> names;
   for (const RawFormat& f : RawFormats()) {
     bool used = false;
     for (const Route& r : ConvertRoutes()) used = used || r.in == &f || r.out == &f;
     if (used) names.push_back(gst_video_format_to_string(f.gst));
   }
-  GstStructure* s = gst_structure_new("video/x-raw", "width", GST_TYPE_INT_RANGE, 1, G_MAXINT, "height",
-                                      GST_TYPE_INT_RANGE, 1, G_MAXINT, "framerate", GST_TYPE_FRACTION_RANGE, 0, 1,
-                                      G_MAXINT, 1, nullptr);
-  SetFormatList(s, names);
-  GstCaps* caps = gst_caps_new_empty();
-  gst_caps_append_structure(caps, s);
-  return caps;
+  return names;
 }
 
 }  // namespace
@@ -160,10 +150,8 @@ GstCaps* TemplateCaps() {
 static void qvi_convert_class_init(QviConvertClass* klass) {
   GST_DEBUG_CATEGORY_INIT(qvi_convert_debug, "qviconvert", 0, "qvi format conversion");
   GstElementClass* element_class = GST_ELEMENT_CLASS(klass);
-  GstCaps* caps = TemplateCaps();
-  gst_element_class_add_pad_template(element_class, gst_pad_template_new("sink", GST_PAD_SINK, GST_PAD_ALWAYS, caps));
-  gst_element_class_add_pad_template(element_class, gst_pad_template_new("src", GST_PAD_SRC, GST_PAD_ALWAYS, caps));
-  gst_caps_unref(caps);
+  const auto formats = RouteFormats();
+  AddPadTemplates(element_class, "video/x-raw", formats, "video/x-raw", formats, 1, false);
   gst_element_class_set_static_metadata(element_class, "qvi convert", "Filter/Converter/Video",
                                         "Converts between the raw video formats the qvi library converts", "qvi");
 

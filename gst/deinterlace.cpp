@@ -57,28 +57,22 @@ QviDeinterlace* Self(gpointer p) { return reinterpret_cast<QviDeinterlace*>(p); 
 
 GType MethodType() {
   static gsize type = 0;
-  if (g_once_init_enter(&type)) {
-    static const GEnumValue values[] = {
-        {FIELD_TO_FRAME_LINE_DUP, "Line doubling: repeat the field line above", "linedup"},
-        {FIELD_TO_FRAME_LINE_AVE, "Line averaging: mean of the field lines above and below", "lineave"},
-        {FIELD_TO_FRAME_BILINEAR, "Bilinear: weighted mean of six neighbouring bytes", "bilinear"},
-        {FIELD_TO_FRAME_MEDIAN, "Median of six neighbouring bytes", "median"},
-        {0, nullptr, nullptr}};
-    g_once_init_leave(&type, g_enum_register_static("QviDeinterlaceMethod", values));
-  }
-  return static_cast<GType>(type);
+  static const GEnumValue values[] = {
+      {FIELD_TO_FRAME_LINE_DUP, "Line doubling: repeat the field line above", "linedup"},
+      {FIELD_TO_FRAME_LINE_AVE, "Line averaging: mean of the field lines above and below", "lineave"},
+      {FIELD_TO_FRAME_BILINEAR, "Bilinear: weighted mean of six neighbouring bytes", "bilinear"},
+      {FIELD_TO_FRAME_MEDIAN, "Median of six neighbouring bytes", "median"},
+      {0, nullptr, nullptr}};
+  return EnumType(&type, "QviDeinterlaceMethod", values);
 }
 
 GType ParityType() {
   static gsize type = 0;
-  if (g_once_init_enter(&type)) {
-    static const GEnumValue values[] = {
-        {FIELD_PARITY_ODD, "The field holds frame lines 1, 3, 5, ... (bottom field)", "odd"},
-        {FIELD_PARITY_EVEN, "The field holds frame lines 0, 2, 4, ... (top field)", "even"},
-        {0, nullptr, nullptr}};
-    g_once_init_leave(&type, g_enum_register_static("QviFieldParity", values));
-  }
-  return static_cast<GType>(type);
+  static const GEnumValue values[] = {
+      {FIELD_PARITY_ODD, "The field holds frame lines 1, 3, 5, ... (bottom field)", "odd"},
+      {FIELD_PARITY_EVEN, "The field holds frame lines 0, 2, 4, ... (top field)", "even"},
+      {0, nullptr, nullptr}};
+  return EnumType(&type, "QviFieldParity", values);
 }
 
 void Current(QviDeinterlace* self, FieldToFrameMethod* method, FieldParity* parity) {
@@ -160,11 +154,7 @@ GstCaps* TransformCaps(GstBaseTransform* trans, GstPadDirection direction, GstCa
     }
     result = gst_caps_merge_structure(result, other);
   }
-  if (filter != nullptr) {
-    GstCaps* both = gst_caps_intersect_full(filter, result, GST_CAPS_INTERSECT_FIRST);
-    gst_caps_unref(result);
-    result = both;
-  }
+  result = Filtered(result, filter);
   GST_DEBUG_OBJECT(trans, "method %s, %" GST_PTR_FORMAT " -> %" GST_PTR_FORMAT, MethodName(method), caps, result);
   return result;
 }
@@ -343,7 +333,8 @@ GstFlowReturn Transform(GstBaseTransform* trans, GstBuffer* in, GstBuffer* out) 
   return TransformMappableFrames(trans, in, out, GST_BASE_TRANSFORM_CLASS(qvi_deinterlace_parent_class));
 }
 
-GstCaps* TemplateCaps() {
+// Every format some method takes.
+std::vector<const char*> FieldFormats() {
   std::vector<const char*> names;
   for (const RawFormat& f : RawFormats()) {
     bool taken = false;
@@ -351,13 +342,7 @@ GstCaps* TemplateCaps() {
       taken = taken || FieldMethodTakes(m, f);
     if (taken) names.push_back(gst_video_format_to_string(f.gst));
   }
-  GstStructure* s = gst_structure_new("video/x-raw", "width", GST_TYPE_INT_RANGE, 1, G_MAXINT, "height",
-                                      GST_TYPE_INT_RANGE, 1, G_MAXINT, "framerate", GST_TYPE_FRACTION_RANGE, 0, 1,
-                                      G_MAXINT, 1, "interlace-mode", G_TYPE_STRING, "progressive", nullptr);
-  SetFormatList(s, names);
-  GstCaps* caps = gst_caps_new_empty();
-  gst_caps_append_structure(caps, s);
-  return caps;
+  return names;
 }
 
 }  // namespace
@@ -378,10 +363,8 @@ static void qvi_deinterlace_class_init(QviDeinterlaceClass* klass) {
                                                     ParityType(), kDefaultParity, flags));
 
   GstElementClass* element_class = GST_ELEMENT_CLASS(klass);
-  GstCaps* caps = TemplateCaps();
-  gst_element_class_add_pad_template(element_class, gst_pad_template_new("sink", GST_PAD_SINK, GST_PAD_ALWAYS, caps));
-  gst_element_class_add_pad_template(element_class, gst_pad_template_new("src", GST_PAD_SRC, GST_PAD_ALWAYS, caps));
-  gst_caps_unref(caps);
+  const auto formats = FieldFormats();
+  AddPadTemplates(element_class, "video/x-raw", formats, "video/x-raw", formats, 1, true);
   gst_element_class_set_static_metadata(element_class, "qvi de-interlace", "Filter/Effect/Video/Deinterlace",
                                         "Makes a frame of 2H lines from a field of H lines with the qvi library",
                                         "qvi");

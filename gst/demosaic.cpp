@@ -58,15 +58,11 @@ QviDemosaic* Self(gpointer p) { return reinterpret_cast<QviDemosaic*>(p); }
 
 GType MethodType() {
   static gsize type = 0;
-  if (g_once_init_enter(&type)) {
-    static const GEnumValue values[] = {
-        {0, "Duplication: copy one neighbouring sample", "dup"},
-        {1, "Averaging: mean of two or four neighbours", "ave"},
-        {2, "Median of four at red and blue sites, means elsewhere", "med"},
-        {0, nullptr, nullptr}};
-    g_once_init_leave(&type, g_enum_register_static("QviDemosaicMethod", values));
-  }
-  return static_cast<GType>(type);
+  static const GEnumValue values[] = {{0, "Duplication: copy one neighbouring sample", "dup"},
+                                      {1, "Averaging: mean of two or four neighbours", "ave"},
+                                      {2, "Median of four at red and blue sites, means elsewhere", "med"},
+                                      {0, nullptr, nullptr}};
+  return EnumType(&type, "QviDemosaicMethod", values);
 }
 
 DemosaicMethod CurrentMethod(QviDemosaic* self) {
@@ -119,11 +115,7 @@ GstCaps* TransformCaps(GstBaseTransform* trans, GstPadDirection direction, GstCa
       if (!formats.empty()) result = gst_caps_merge_structure(result, Counterpart(s, "video/x-bayer", formats));
     }
   }
-  if (filter != nullptr) {
-    GstCaps* both = gst_caps_intersect_full(filter, result, GST_CAPS_INTERSECT_FIRST);
-    gst_caps_unref(result);
-    result = both;
-  }
+  result = Filtered(result, filter);
   GST_DEBUG_OBJECT(trans, "method %s, %" GST_PTR_FORMAT " -> %" GST_PTR_FORMAT, MethodName(method), caps, result);
   return result;
 }
@@ -358,25 +350,16 @@ void Finalize(GObject* object) {
   G_OBJECT_CLASS(qvi_demosaic_parent_class)->finalize(object);
 }
 
-GstCaps* TemplateCaps(GstPadDirection direction) {
+// Every format some method produces from some mosaic.
+std::vector<const char*> ProducedFormats() {
   std::vector<const char*> formats;
-  if (direction == GST_PAD_SINK) {
-    formats = BayerNames();
-  } else {
-    for (const RawFormat& r : RawFormats()) {
-      bool produced = false;
-      for (const BayerFormat& b : BayerFormats())
-        for (DemosaicMethod m : kDemosaicMethods) produced = produced || DemosaicProduces(b, m, r);
-      if (produced) formats.push_back(gst_video_format_to_string(r.gst));
-    }
+  for (const RawFormat& r : RawFormats()) {
+    bool produced = false;
+    for (const BayerFormat& b : BayerFormats())
+      for (DemosaicMethod m : kDemosaicMethods) produced = produced || DemosaicProduces(b, m, r);
+    if (produced) formats.push_back(gst_video_format_to_string(r.gst));
   }
-  GstStructure* s = gst_structure_new(direction == GST_PAD_SINK ? "video/x-bayer" : "video/x-raw", "width",
-                                      GST_TYPE_INT_RANGE, 2, G_MAXINT, "height", GST_TYPE_INT_RANGE, 2, G_MAXINT,
-                                      "framerate", GST_TYPE_FRACTION_RANGE, 0, 1, G_MAXINT, 1, nullptr);
-  SetFormatList(s, formats);
-  GstCaps* caps = gst_caps_new_empty();
-  gst_caps_append_structure(caps, s);
-  return caps;
+  return formats;
 }
 
 }  // namespace
@@ -394,12 +377,7 @@ static void qvi_demosaic_class_init(QviDemosaicClass* klass) {
                                                  GST_PARAM_MUTABLE_PLAYING)));
 
   GstElementClass* element_class = GST_ELEMENT_CLASS(klass);
-  for (GstPadDirection d : {GST_PAD_SINK, GST_PAD_SRC}) {
-    GstCaps* caps = TemplateCaps(d);
-    gst_element_class_add_pad_template(
-        element_class, gst_pad_template_new(d == GST_PAD_SINK ? "sink" : "src", d, GST_PAD_ALWAYS, caps));
-    gst_caps_unref(caps);
-  }
+  AddPadTemplates(element_class, "video/x-bayer", BayerNames(), "video/x-raw", ProducedFormats(), 2, false);
   gst_element_class_set_static_metadata(
       element_class, "qvi demosaic", "Filter/Converter/Video",
       "Demosaics 8- and 10-16-bit Bayer mosaics into colour with the qvi library (dup, ave or med)", "qvi");

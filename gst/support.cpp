@@ -4,6 +4,7 @@
 
 #include <cstring>
 
+#include "formats.h"
 #include "qvb.h"
 #include "qvi_formats.h"
 
@@ -48,6 +49,35 @@ GstFlowReturn TransformMappableFrames(GstBaseTransform* trans, GstBuffer* in, Gs
   }
   gst_video_frame_unmap(&frame);
   return video_filter_class->transform(trans, in, out);
+}
+
+GType EnumType(gsize* once, const char* name, const GEnumValue* values) {
+  if (g_once_init_enter(once)) g_once_init_leave(once, g_enum_register_static(name, values));
+  return static_cast<GType>(*once);
+}
+
+GstCaps* Filtered(GstCaps* caps, GstCaps* filter) {
+  if (filter == nullptr) return caps;
+  GstCaps* both = gst_caps_intersect_full(filter, caps, GST_CAPS_INTERSECT_FIRST);
+  gst_caps_unref(caps);
+  return both;
+}
+
+void AddPadTemplates(GstElementClass* klass, const char* sink_media, const std::vector<const char*>& sink_formats,
+                     const char* src_media, const std::vector<const char*>& src_formats, gint min_side,
+                     bool progressive_only) {
+  for (GstPadDirection d : {GST_PAD_SINK, GST_PAD_SRC}) {
+    GstStructure* s = gst_structure_new(d == GST_PAD_SINK ? sink_media : src_media, "width", GST_TYPE_INT_RANGE,
+                                        min_side, G_MAXINT, "height", GST_TYPE_INT_RANGE, min_side, G_MAXINT,
+                                        "framerate", GST_TYPE_FRACTION_RANGE, 0, 1, G_MAXINT, 1, nullptr);
+    if (progressive_only) gst_structure_set(s, "interlace-mode", G_TYPE_STRING, "progressive", nullptr);
+    SetFormatList(s, d == GST_PAD_SINK ? sink_formats : src_formats);
+    GstCaps* caps = gst_caps_new_empty();
+    gst_caps_append_structure(caps, s);
+    gst_element_class_add_pad_template(klass,
+                                       gst_pad_template_new(d == GST_PAD_SINK ? "sink" : "src", d, GST_PAD_ALWAYS, caps));
+    gst_caps_unref(caps);
+  }
 }
 
 std::string StatusText(Status status) { return camera::DescribeStatus(status); }

@@ -7,6 +7,7 @@
 
 #include <cstdint>
 #include <string>
+#include <vector>
 
 #include "qvi.h"
 
@@ -41,6 +42,19 @@ void InitialiseOutputOnce(GstBuffer* buffer);
 // letting an unwritten output buffer through.
 GstFlowReturn TransformMappableFrames(GstBaseTransform* trans, GstBuffer* in, GstBuffer* out,
                                       GstBaseTransformClass* video_filter_class);
+
+// An enumeration type for a property, registered on first use.
+GType EnumType(gsize* once, const char* name, const GEnumValue* values);
+
+// `caps` cut down to what `filter` allows (transform_caps); takes `caps`.
+GstCaps* Filtered(GstCaps* caps, GstCaps* filter);
+
+// Adds the "sink" and "src" templates: each its media type and formats,
+// sizes from `min_side` up, any frame rate and, if asked, progressive
+// frames only.
+void AddPadTemplates(GstElementClass* klass, const char* sink_media, const std::vector<const char*>& sink_formats,
+                     const char* src_media, const std::vector<const char*>& src_formats, gint min_side,
+                     bool progressive_only);
 
 // "STATUS_BAD_BUFFER (8: ...)"
 std::string StatusText(Status status);
