@@ -38,7 +38,7 @@ GstCaps* TransformCaps(GstBaseTransform* trans, GstPadDirection direction, GstCa
   GstCaps* result = gst_caps_new_empty();
   for (guint i = 0; i < gst_caps_get_size(caps); ++i) {
     const GstStructure* s = gst_caps_get_structure(caps, i);
-    if (!gst_structure_has_name(s, "video/x-raw")) continue;
+    if (!gst_structure_has_name(s, "video/x-raw") || !InSystemMemory(caps, i)) continue;
     result = gst_caps_merge_structure(result, gst_structure_copy(s));
     std::vector<const char*> others;
     for (const RawFormat& f : RawFormats()) {

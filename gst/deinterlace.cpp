@@ -137,7 +137,7 @@ GstCaps* TransformCaps(GstBaseTransform* trans, GstPadDirection direction, GstCa
   GstCaps* result = gst_caps_new_empty();
   for (guint i = 0; i < gst_caps_get_size(caps); ++i) {
     const GstStructure* s = gst_caps_get_structure(caps, i);
-    if (!gst_structure_has_name(s, "video/x-raw")) continue;
+    if (!gst_structure_has_name(s, "video/x-raw") || !InSystemMemory(caps, i)) continue;
     std::vector<const char*> formats;
     for (const char* name : FormatNames(s, raw_names))
       if (FieldMethodTakes(method, *FindRaw(gst_video_format_from_string(name)))) formats.push_back(name);

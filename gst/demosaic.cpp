@@ -92,6 +92,7 @@ GstCaps* TransformCaps(GstBaseTransform* trans, GstPadDirection direction, GstCa
   const auto raw_names = RawNames();
   GstCaps* result = gst_caps_new_empty();
   for (guint i = 0; i < gst_caps_get_size(caps); ++i) {
+    if (!InSystemMemory(caps, i)) continue;
     const GstStructure* s = gst_caps_get_structure(caps, i);
     std::vector<const char*> formats;
     if (direction == GST_PAD_SINK) {
@@ -235,7 +236,7 @@ bool InputLayout(const Negotiated& n, GstBuffer* in, gsize size, gsize* offset, 
     const auto rounded = static_cast<uint32_t>(RoundedLine(line));
     *stride = size >= gsize{rounded} * n.height ? rounded : line;
   }
-  return *stride >= line && *stride % n.bayer->sample_bytes == 0 && Fits32(*stride, n.height) &&
+  return StrideUsable(*stride, n.bayer->sample_bytes, line, n.height) &&
          *offset + gsize{*stride} * (n.height - 1) + line <= size;
 }
 
@@ -301,14 +302,19 @@ GstFlowReturn Transform(GstBaseTransform* trans, GstBuffer* inbuf, GstBuffer* ou
     return GST_FLOW_ERROR;
   }
   const gint out_stride = GST_VIDEO_FRAME_PLANE_STRIDE(&out, 0);
-  Status status = STATUS_BAD_BUFFER;
-  if (out_stride >= static_cast<gint>(n.width * GST_VIDEO_FRAME_COMP_PSTRIDE(&out, 0)) &&
-      (GST_VIDEO_FRAME_COMP_PSTRIDE(&out, 0) != 2 || out_stride % 2 == 0) && Fits32(static_cast<uint32_t>(out_stride), n.height)) {
-    Image src(const_cast<guint8*>(source), n.width, n.height, stride, n.bayer->code);
-    Image dst(GST_VIDEO_FRAME_PLANE_DATA(&out, 0), n.width, n.height, static_cast<uint32_t>(out_stride), n.out->code);
-    src.SetBayer(method, n.bayer->phase);
-    if (src.ok() && dst.ok()) status = QVI_Convert(src.handle(), dst.handle());
+  const auto pixel = static_cast<uint32_t>(GST_VIDEO_FRAME_COMP_PSTRIDE(&out, 0));
+  if (!StrideUsable(out_stride, pixel, uint64_t{n.width} * pixel, n.height)) {
+    gst_video_frame_unmap(&out);
+    gst_buffer_unmap(inbuf, &in);
+    GST_ELEMENT_WARNING(self, STREAM, FORMAT, (nullptr),
+                        ("output stride %d does not suit %u %s pixels; frame dropped", out_stride, n.width,
+                         GST_VIDEO_INFO_NAME(&n.out_info)));
+    return GST_BASE_TRANSFORM_FLOW_DROPPED;
   }
+  Image src(const_cast<guint8*>(source), n.width, n.height, stride, n.bayer->code);
+  Image dst(GST_VIDEO_FRAME_PLANE_DATA(&out, 0), n.width, n.height, static_cast<uint32_t>(out_stride), n.out->code);
+  src.SetBayer(method, n.bayer->phase);
+  const Status status = src.ok() && dst.ok() ? QVI_Convert(src.handle(), dst.handle()) : STATUS_BAD_BUFFER;
   gst_video_frame_unmap(&out);
   gst_buffer_unmap(inbuf, &in);
   if (status != STATUS_OK) {

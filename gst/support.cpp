@@ -56,6 +56,11 @@ GType EnumType(gsize* once, const char* name, const GEnumValue* values) {
   return static_cast<GType>(*once);
 }
 
+bool InSystemMemory(const GstCaps* caps, guint i) {
+  const GstCapsFeatures* features = gst_caps_get_features(caps, i);
+  return features == nullptr || gst_caps_features_is_equal(features, GST_CAPS_FEATURES_MEMORY_SYSTEM_MEMORY);
+}
+
 GstCaps* Filtered(GstCaps* caps, GstCaps* filter) {
   if (filter == nullptr) return caps;
   GstCaps* both = gst_caps_intersect_full(filter, caps, GST_CAPS_INTERSECT_FIRST);

@@ -46,6 +46,10 @@ GstFlowReturn TransformMappableFrames(GstBaseTransform* trans, GstBuffer* in, Gs
 // An enumeration type for a property, registered on first use.
 GType EnumType(gsize* once, const char* name, const GEnumValue* values);
 
+// Whether structure `i` of `caps` is in plain memory the library can be
+// handed (caps features such as memory:GLMemory are not).
+bool InSystemMemory(const GstCaps* caps, guint i);
+
 // `caps` cut down to what `filter` allows (transform_caps); takes `caps`.
 GstCaps* Filtered(GstCaps* caps, GstCaps* filter);
 

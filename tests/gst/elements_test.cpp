@@ -9,6 +9,7 @@
 
 #include <cstdio>
 #include <cstring>
+#include <ostream>
 #include <random>
 #include <set>
 #include <string>
@@ -140,6 +141,7 @@ std::vector<BayerCase> AllBayer() {
   return all;
 }
 const std::vector<BayerCase> kBayer = AllBayer();
+void PrintTo(const BayerCase& c, std::ostream* os) { *os << c.name; }
 
 struct Method {
   const char* nick;
@@ -395,6 +397,7 @@ const Raw kRaw[] = {
     {"RGBx", FMT_RGBX32, 4, true},    {"xBGR", FMT_XBGR32, 4, true},    {"xRGB", FMT_XRGB32, 4, true},
     {"YUY2", FMT_YUV422, 2, true},
 };
+void PrintTo(const Raw& r, std::ostream* os) { *os << r.name; }
 
 // The qvi format the element hands the library for (in, out), or 0 when the
 // pair must be refused.  The library's BGRX32 -> BGR24 route writes the
