@@ -24,11 +24,13 @@ def capture(tmp_path, rng):
 
 def converted(stack):
     frames = da.from_array(stack, chunks=(4, -1, -1))
-    return frames.map_blocks(to_bgr, dtype=np.uint8, chunks=(4, HEIGHT, WIDTH, 3), new_axis=3)
+    return frames.map_blocks(to_bgr, dtype=np.uint8, chunks=frames.chunks + ((3,),), new_axis=3)
 
 
 def test_threaded_scheduler(capture):
-    result = converted(capture).compute(scheduler="threads", num_workers=2)
+    lazy = converted(capture)
+    assert lazy.shape == (FRAMES, HEIGHT, WIDTH, 3) and lazy.numblocks[0] == 3
+    result = lazy.compute(scheduler="threads", num_workers=2)
     np.testing.assert_array_equal(result, to_bgr(capture))
 
 
