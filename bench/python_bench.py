@@ -1,0 +1,99 @@
+"""Speed of the Python package against the bare library call (never a test).
+
+    PYTHONPATH=build/release/python /usr/bin/python3 bench/python_bench.py [--rounds N]
+
+Prints three figures with their targets:
+  - the overhead of one qvi.convert call over the bare QVI_Convert call on a
+    tiny frame (the library's own time for the same memory is measured in
+    the same process, buffers made once, by the extension);
+  - a 2448x2048 BAY8 to BGR24 conversion ('ave'), qvi.convert(..., out=)
+    against the bare call, and the same with a new array for each call;
+  - the frames per second of a stack of 2448x2048 BAY8 frames with
+    threads=2 against threads=1.
+Calls alternate between the compared sides round by round and medians are
+reported, so a busy machine slows both; the load average is printed too.
+"""
+
+import argparse
+import os
+import statistics
+import time
+
+import numpy as np
+
+import qvi
+from qvi import _qvi
+
+
+def per_call(function, calls):
+    """Median seconds of one call of `function`, each call timed alone."""
+    times = []
+    for _ in range(calls):
+        t0 = time.perf_counter()
+        function()
+        times.append(time.perf_counter() - t0)
+    return statistics.median(times)
+
+
+def alternate(rounds, *sides):
+    """Median over rounds of each side's median, the sides taking turns."""
+    results = [[] for _ in sides]
+    for _ in range(rounds):
+        for result, side in zip(results, sides):
+            result.append(side())
+    return [statistics.median(r) for r in results]
+
+
+def main():
+    parser = argparse.ArgumentParser(description=__doc__.splitlines()[0])
+    parser.add_argument("--rounds", type=int, default=15, help="rounds of each measurement (default 15)")
+    rounds = parser.parse_args().rounds
+    rng = np.random.default_rng(1)
+    rows = []
+
+    tiny = rng.integers(0, 256, (8, 8), np.uint8)
+    tiny_out = np.empty((8, 8, 3), np.uint8)
+    library, with_out, allocating = alternate(
+        rounds,
+        lambda: statistics.median(_qvi.time_library_convert(tiny, "BAY8", "BGR24", "ave", "A", tiny_out, 2000)),
+        lambda: per_call(lambda: qvi.convert(tiny, "BAY8", "BGR24", out=tiny_out), 2000),
+        lambda: per_call(lambda: qvi.convert(tiny, "BAY8", "BGR24"), 2000),
+    )
+    rows.append(("8x8 BAY8->BGR24: bare C call", f"{library * 1e6:.2f} us", "", ""))
+    rows.append(("  overhead of qvi.convert(out=)", f"{(with_out - library) * 1e6:.2f} us", "< 5 us",
+                 with_out - library < 5e-6))
+    rows.append(("  overhead of qvi.convert()", f"{(allocating - library) * 1e6:.2f} us", "< 5 us",
+                 allocating - library < 5e-6))
+
+    big = rng.integers(0, 256, (2048, 2448), np.uint8)
+    big_out = np.empty((2048, 2448, 3), np.uint8)
+    library, with_out, allocating = alternate(
+        rounds,
+        lambda: statistics.median(_qvi.time_library_convert(big, "BAY8", "BGR24", "ave", "A", big_out, 5)),
+        lambda: per_call(lambda: qvi.convert(big, "BAY8", "BGR24", out=big_out), 5),
+        lambda: per_call(lambda: qvi.convert(big, "BAY8", "BGR24"), 5),
+    )
+    rows.append(("2448x2048 BAY8->BGR24 ave: bare C call", f"{library * 1e3:.2f} ms", "", ""))
+    rows.append(("  qvi.convert(out=) / C call", f"{with_out / library:.3f}", "<= 1.03", with_out / library <= 1.03))
+    rows.append(("  qvi.convert() / C call (new array)", f"{allocating / library:.3f}", "", ""))
+
+    frames = 8
+    stack = rng.integers(0, 256, (frames, 2048, 2448), np.uint8)
+    stack_out = np.empty((frames, 2048, 2448, 3), np.uint8)
+    one, two = alternate(
+        max(rounds // 3, 3),
+        lambda: per_call(lambda: qvi.convert(stack, "BAY8", "BGR24", out=stack_out, threads=1), 1),
+        lambda: per_call(lambda: qvi.convert(stack, "BAY8", "BGR24", out=stack_out, threads=2), 1),
+    )
+    rows.append((f"stack of {frames} 2448x2048 BAY8->BGR24, threads=1", f"{frames / one:.1f} fps", "", ""))
+    rows.append(("  threads=2 / threads=1", f"{one / two:.2f}", ">= 1.8", one / two >= 1.8))
+
+    print(f"qvi {qvi.__version__}, {os.cpu_count()} cores, load average {os.getloadavg()[0]:.2f} "
+          f"(medians of {rounds} rounds)")
+    for what, value, target, met in rows:
+        verdict = "" if target == "" else ("met" if met else "NOT met")
+        print(f"{what:48s} {value:>12s}  {target:>8s}  {verdict}")
+
+
+if __name__ == "__main__":
+    main()
