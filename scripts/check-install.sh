@@ -28,3 +28,21 @@ if [ -f "build/$preset/gst/libgstqvi.so" ]; then
   done
   echo "installed GStreamer plugin: qvidemosaic, qviconvert and qvideinterlace load"
 fi
+
+# The Python package, when it was built: imported from the prefix, run, and
+# linked to the installed libraries rather than the build's.
+site="$prefix/lib/python3/dist-packages"
+if [ -d "$site/qvi" ]; then
+  (cd "$work" && PYTHONPATH="$site" /usr/bin/python3 - "$prefix" <<'PY'
+import sys
+import numpy as np
+import qvi
+assert qvi.__file__.startswith(sys.argv[1]), qvi.__file__
+bgr = qvi.convert(np.full((4, 6), 200, np.uint8), "BAY8", "BGR24")
+assert bgr.shape == (4, 6, 3) and (bgr == 200).all()
+libraries = {line.split()[-1] for line in open("/proc/self/maps") if "libqvi.so" in line or "libqvb.so" in line}
+assert libraries and all(path.startswith(sys.argv[1]) for path in libraries), libraries
+PY
+  )
+  echo "installed Python package: imported from $site and converted"
+fi

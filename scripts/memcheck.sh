@@ -2,7 +2,9 @@
 # Runs every test program of a build under valgrind's memcheck: an invalid
 # read or write, a use of uninitialised memory or a leak fails the run.
 # Each GoogleTest program runs whole (all its tests in one process), the
-# fuzz harnesses replay their seed corpus.
+# fuzz harnesses replay their seed corpus.  The Python package's tests are not
+# run here (the interpreter under valgrind is slow and needs suppressions of
+# its own); the asan preset runs them under AddressSanitizer instead.
 # Usage: scripts/memcheck.sh [preset, default ci]  (configured and built first)
 set -euo pipefail
 cd "$(dirname "$0")/.."
