@@ -5,7 +5,7 @@ import numpy as np
 import pytest
 
 import qvi
-from conftest import FORMATS, random_image
+from conftest import random_image
 
 METHODS = ["linedup", "lineave", "bilinear", "median"]
 # Formats of every array layout, the six-byte neighbourhoods' steps included.

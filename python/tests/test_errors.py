@@ -12,7 +12,6 @@ from conftest import FORMATS
 
 U8 = np.zeros((4, 6), np.uint8)
 U16 = np.zeros((4, 6), np.uint16)
-BGR = np.zeros((4, 6, 3), np.uint8)
 
 
 def unaligned():
