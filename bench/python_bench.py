@@ -45,6 +45,19 @@ def alternate(rounds, *sides):
     return [statistics.median(r) for r in results]
 
 
+def against_library(rng, width, height, calls, rounds):
+    """Seconds per BAY8 to BGR24 call of the bare library call, of
+    qvi.convert(out=) and of qvi.convert() making a new array."""
+    src = rng.integers(0, 256, (height, width), np.uint8)
+    out = np.empty((height, width, 3), np.uint8)
+    return alternate(
+        rounds,
+        lambda: statistics.median(_qvi.time_library_convert(src, "BAY8", "BGR24", "ave", "A", out, calls)),
+        lambda: per_call(lambda: qvi.convert(src, "BAY8", "BGR24", out=out), calls),
+        lambda: per_call(lambda: qvi.convert(src, "BAY8", "BGR24"), calls),
+    )
+
+
 def main():
     parser = argparse.ArgumentParser(description=__doc__.splitlines()[0])
     parser.add_argument("--rounds", type=int, default=15, help="rounds of each measurement (default 15)")
@@ -52,28 +65,14 @@ def main():
     rng = np.random.default_rng(1)
     rows = []
 
-    tiny = rng.integers(0, 256, (8, 8), np.uint8)
-    tiny_out = np.empty((8, 8, 3), np.uint8)
-    library, with_out, allocating = alternate(
-        rounds,
-        lambda: statistics.median(_qvi.time_library_convert(tiny, "BAY8", "BGR24", "ave", "A", tiny_out, 2000)),
-        lambda: per_call(lambda: qvi.convert(tiny, "BAY8", "BGR24", out=tiny_out), 2000),
-        lambda: per_call(lambda: qvi.convert(tiny, "BAY8", "BGR24"), 2000),
-    )
+    library, with_out, allocating = against_library(rng, 8, 8, 2000, rounds)
     rows.append(("8x8 BAY8->BGR24: bare C call", f"{library * 1e6:.2f} us", "", ""))
     rows.append(("  overhead of qvi.convert(out=)", f"{(with_out - library) * 1e6:.2f} us", "< 5 us",
                  with_out - library < 5e-6))
     rows.append(("  overhead of qvi.convert()", f"{(allocating - library) * 1e6:.2f} us", "< 5 us",
                  allocating - library < 5e-6))
 
-    big = rng.integers(0, 256, (2048, 2448), np.uint8)
-    big_out = np.empty((2048, 2448, 3), np.uint8)
-    library, with_out, allocating = alternate(
-        rounds,
-        lambda: statistics.median(_qvi.time_library_convert(big, "BAY8", "BGR24", "ave", "A", big_out, 5)),
-        lambda: per_call(lambda: qvi.convert(big, "BAY8", "BGR24", out=big_out), 5),
-        lambda: per_call(lambda: qvi.convert(big, "BAY8", "BGR24"), 5),
-    )
+    library, with_out, allocating = against_library(rng, 2448, 2048, 5, rounds)
     rows.append(("2448x2048 BAY8->BGR24 ave: bare C call", f"{library * 1e3:.2f} ms", "", ""))
     rows.append(("  qvi.convert(out=) / C call", f"{with_out / library:.3f}", "<= 1.03", with_out / library <= 1.03))
     rows.append(("  qvi.convert() / C call (new array)", f"{allocating / library:.3f}", "", ""))
