@@ -125,7 +125,8 @@ Frames Describe(const py::array& a, const FormatInfo& f, std::optional<uint32_t>
 
   const auto address = reinterpret_cast<uintptr_t>(p.data);
   if (!empty &&
-      (address % item != 0 || a.strides(r) % item != 0 || (r == 1 && a.shape(0) > 1 && a.strides(0) % item != 0)))
+      (address % item != 0 || (height > 1 && a.strides(r) % item != 0) ||
+       (r == 1 && a.shape(0) > 1 && a.strides(0) % item != 0)))
     throw py::value_error(std::string(arg) + " is not aligned: its " + DtypeName(layout.item_bytes) +
                           " elements must lie at multiples of " + std::to_string(item) + " bytes");
 
