@@ -83,6 +83,11 @@ bool IsBayer(ImageFormat code) {
          code == FMT_BAY16;
 }
 
+bool IsGrey(ImageFormat code) {
+  return code == FMT_Y8 || code == FMT_Y16 || code == FMT_Y32 || code == FMT_Y10 || code == FMT_Y12 ||
+         code == FMT_Y14 || code == FMT_Y12_ALT;
+}
+
 uint32_t BayerBits(ImageFormat code) {
   switch (code) {
     case FMT_BAY8: return 8;

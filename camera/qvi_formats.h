@@ -39,6 +39,7 @@ std::optional<uint32_t> LineBytes(const FormatInfo& format, uint64_t width);
 std::string BytesPerPixelText(const FormatInfo& format);
 
 bool IsBayer(ImageFormat code);
+bool IsGrey(ImageFormat code);  // Y8, Y10 ... Y16, Y32 and Y12_ALT (not the packed Y12P)
 // Significant bits of a Bayer format: 8 for BAY8, 12 for BAY12, ...
 uint32_t BayerBits(ImageFormat code);
 

@@ -23,11 +23,6 @@ BayerPhase ParsePhase(const std::string& name) {
   throw Error("--phase " + name + " is not a Bayer phase; use A, B, C or D");
 }
 
-bool IsGrey(ImageFormat code) {
-  return code == FMT_Y8 || code == FMT_Y16 || code == FMT_Y32 || code == FMT_Y10 || code == FMT_Y12 ||
-         code == FMT_Y14 || code == FMT_Y12_ALT;
-}
-
 std::string Failure(const FormatInfo& from, const FormatInfo& to, const ConvertOptions& o, Status s) {
   const std::string pair = std::string(from.name) + " to " + std::string(to.name);
   switch (s) {

@@ -1,0 +1,146 @@
+// The unpackers on hand-built bytes (each layout of unpack.h, the three
+// 12-bit ones side by side with the library's own Y12P), then on lines and
+// frames packed by the bit-level model, odd widths included, with sources
+// that end at a protected page and destinations whose padding must keep its
+// canary.
+#include <gtest/gtest.h>
+
+#include <cstring>
+#include <random>
+#include <string>
+#include <vector>
+
+#include "camera/packing_model.h"
+#include "support/fenced_image.h"
+#include "support/qvb_buffer.h"
+#include "unpack.h"
+
+namespace qvi::camera {
+namespace {
+
+constexpr uint8_t kCanary = 0xA5;
+constexpr Packing kPackings[] = {Packing::kLsb10, Packing::kLsb12, Packing::kGrouped10, Packing::kGrouped12};
+
+std::string Name(Packing p) {
+  switch (p) {
+    case Packing::kLsb10: return "10p";
+    case Packing::kLsb12: return "12p";
+    case Packing::kGrouped10: return "10Packed";
+    case Packing::kGrouped12: return "12Packed";
+    case Packing::kNone: break;
+  }
+  return "none";
+}
+
+std::vector<uint16_t> Words(const uint8_t* bytes, size_t count) {
+  std::vector<uint16_t> words(count);
+  std::memcpy(words.data(), bytes, count * 2);
+  return words;
+}
+
+TEST(Unpack, HandBuiltLines) {
+  struct Case {
+    Packing packing;
+    std::vector<uint8_t> bytes;
+    std::vector<uint16_t> pixels;
+  };
+  const Case cases[] = {
+      // The same three bytes in the two camera layouts of 12 bits.
+      {Packing::kLsb12, {0x12, 0x34, 0x56}, {0x412, 0x563}},
+      {Packing::kGrouped12, {0x12, 0x34, 0x56}, {0x124, 0x563}},
+      // A lone last pixel: its first two bytes, the unused nibble ignored.
+      {Packing::kLsb12, {0xAB, 0xFC}, {0xCAB}},
+      {Packing::kGrouped12, {0xAB, 0xFC}, {0xABC}},
+      {Packing::kLsb10, {0xFF, 0x03, 0xA0, 0x6A, 0x55}, {0x3FF, 0x000, 0x2AA, 0x155}},
+      {Packing::kLsb10, {0x23, 0x59, 0x99, 0x38}, {0x123, 0x256, 0x389}},
+      {Packing::kLsb10, {0xFF, 0xFF}, {0x3FF}},
+      // 10Packed: the middle byte's bits 2-3 and 6-7 are not read.
+      {Packing::kGrouped10, {0xFF, 0x31, 0x80}, {0x3FD, 0x203}},
+      {Packing::kGrouped10, {0x00, 0xCC, 0x00}, {0x000, 0x000}},
+      {Packing::kGrouped10, {0x80, 0xFE}, {0x202}},
+  };
+  for (const Case& c : cases) {
+    SCOPED_TRACE(Name(c.packing) + ", " + std::to_string(c.pixels.size()) + " pixels");
+    ASSERT_EQ(PackedLineBytes(c.packing, c.pixels.size()), c.bytes.size());
+    std::vector<uint8_t> out(c.pixels.size() * 2 + 2, kCanary);
+    UnpackLine(c.packing, c.bytes.data(), out.data(), static_cast<uint32_t>(c.pixels.size()));
+    EXPECT_EQ(Words(out.data(), c.pixels.size()), c.pixels);
+    EXPECT_EQ(out[out.size() - 2], kCanary);
+    EXPECT_EQ(out.back(), kCanary);
+  }
+}
+
+// The library's Y12P reads the same bytes as a big-endian stream: QVI_Convert
+// gives the high 8 bits of 0x123 and 0x456, where the camera layouts hold
+// other pixels.
+TEST(Unpack, LibraryY12PIsAThirdLayout) {
+  uint8_t packed[3 + 16] = {0x12, 0x34, 0x56};
+  uint8_t bgr[6] = {};
+  const test::QvbBuffer src(packed, FMT_Y12P, 2, 1, 3), dst(bgr, FMT_BGR24, 2, 1, 6);
+  ASSERT_EQ(QVI_Convert(src.handle(), dst.handle()), STATUS_OK);
+  EXPECT_EQ(std::vector<uint8_t>(bgr, bgr + 6), (std::vector<uint8_t>{0x12, 0x12, 0x12, 0x45, 0x45, 0x45}));
+}
+
+TEST(Unpack, LinesPackedByTheModel) {
+  std::mt19937 random(7);
+  for (const Packing packing : kPackings) {
+    const uint32_t max = (1u << model::SampleBits(packing)) - 1;
+    for (uint32_t width : {1u, 2u, 3u, 4u, 5u, 6u, 7u, 9u, 17u, 64u}) {
+      for (uint32_t padding : {0u, 1u, 3u}) {
+        SCOPED_TRACE(Name(packing) + ", width " + std::to_string(width) + ", padding " + std::to_string(padding));
+        const uint32_t height = 3;
+        const uint64_t line = PackedLineBytes(packing, width);
+        const size_t stride = line + padding, dst_stride = width * 2 + 4;
+        // The last line's last byte is the last byte before a protected page.
+        test::FencedMemory src(stride * (height - 1) + line, test::Fence::AfterEnd, 0);
+        std::vector<std::vector<uint16_t>> lines;
+        for (uint32_t y = 0; y < height; ++y) {
+          std::vector<uint16_t> values(width);
+          for (uint16_t& v : values) v = static_cast<uint16_t>(random() % 4 == 0 ? max : random() & max);
+          const std::vector<uint8_t> bytes = model::Pack(packing, values);
+          ASSERT_EQ(bytes.size(), line);
+          std::memcpy(src.data() + y * stride, bytes.data(), bytes.size());
+          lines.push_back(values);
+        }
+        std::vector<uint8_t> dst(dst_stride * height, kCanary);
+        Unpack(packing, src.data(), stride, width, height, dst.data(), dst_stride);
+        for (uint32_t y = 0; y < height; ++y) {
+          EXPECT_EQ(Words(dst.data() + y * dst_stride, width), lines[y]) << "line " << y;
+          for (size_t i = width * 2; i < dst_stride; ++i) ASSERT_EQ(dst[y * dst_stride + i], kCanary);
+        }
+      }
+    }
+  }
+}
+
+// A camera sends a frame as one stream: with these widths a line starts
+// inside a byte (10p: 2, 4 or 6 bits in; 12p: 4 bits in) or inside a group
+// of two pixels (the Packed layouts).
+TEST(Unpack, FramesSentAsOneStream) {
+  std::mt19937 random(11);
+  for (const Packing packing : kPackings) {
+    const uint32_t max = (1u << model::SampleBits(packing)) - 1;
+    for (uint32_t width : {1u, 2u, 3u, 5u, 6u, 7u, 8u}) {
+      for (uint32_t height : {1u, 2u, 3u, 5u}) {
+        SCOPED_TRACE(Name(packing) + ", " + std::to_string(width) + " x " + std::to_string(height));
+        std::vector<uint16_t> values(size_t{width} * height);
+        for (uint16_t& v : values) v = static_cast<uint16_t>(random() & max);
+        const std::vector<uint8_t> bytes = model::Pack(packing, values);
+        test::FencedMemory src(bytes.size(), test::Fence::AfterEnd, 0);
+        std::memcpy(src.data(), bytes.data(), bytes.size());
+        const size_t dst_stride = width * 2 + 2;
+        std::vector<uint8_t> dst(dst_stride * height, kCanary);
+        UnpackStream(packing, src.data(), width, height, dst.data(), dst_stride);
+        for (uint32_t y = 0; y < height; ++y) {
+          const std::vector<uint16_t> line(values.begin() + y * width, values.begin() + (y + 1) * width);
+          EXPECT_EQ(Words(dst.data() + y * dst_stride, width), line) << "line " << y;
+          EXPECT_EQ(dst[y * dst_stride + width * 2], kCanary);
+          EXPECT_EQ(dst[y * dst_stride + width * 2 + 1], kCanary);
+        }
+      }
+    }
+  }
+}
+
+}  // namespace
+}  // namespace qvi::camera
