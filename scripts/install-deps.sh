@@ -10,7 +10,8 @@ packages=(cmake make g++ clang libclang-rt-14-dev pkg-config binutils
           libgtest-dev libgmock-dev libbenchmark-dev
           libtiff-dev libcli11-dev libpng-dev valgrind
           # live capture: Aravis, its fake cameras and private network namespaces
-          libaravis-dev aravis-tools iproute2
+          # (aravis-0.8.pc names libusb-1.0, which libaravis-dev does not pull in)
+          libaravis-dev libusb-1.0-0-dev aravis-tools iproute2
           # the GStreamer plugin, its tests and the comparison element
           libgstreamer1.0-dev libgstreamer-plugins-base1.0-dev gstreamer1.0-tools
           gstreamer1.0-plugins-base gstreamer1.0-plugins-good gstreamer1.0-plugins-bad

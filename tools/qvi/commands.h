@@ -39,4 +39,22 @@ struct DemoOptions {
 };
 void RunDemo(const DemoOptions& options, std::ostream& out);
 
+// qvi grab and qvi cameras: built only where Aravis is found.
+struct GrabOptions {
+  std::optional<std::string> camera;   // a name for Aravis's discovery
+  std::optional<std::string> address;  // an IPv4 address, opened directly
+  std::optional<std::string> pixel_format;
+  std::optional<uint32_t> width, height;
+  std::optional<double> fps;
+  std::optional<uint64_t> frames;  // without: until Ctrl-C
+  std::optional<std::string> to;
+  std::optional<std::string> method;  // dup, ave, med
+  unsigned threads = 0;                // 0: one per core
+  std::optional<std::string> output;
+  bool json = false;
+  double timeout = 5;  // seconds without a frame that end the run
+};
+void RunGrab(const GrabOptions& options, std::ostream& out);
+void RunCameras(std::ostream& out);
+
 }  // namespace qvi::tool

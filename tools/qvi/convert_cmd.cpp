@@ -8,13 +8,6 @@
 namespace qvi::tool {
 namespace {
 
-DemosaicMethod ParseMethod(const std::string& name) {
-  if (name == "dup") return DEMOSAIC_METHOD_DUP;
-  if (name == "ave") return DEMOSAIC_METHOD_AVE;
-  if (name == "med") return DEMOSAIC_METHOD_MED;
-  throw Error("--method " + name + " is not a demosaic method; use dup, ave or med");
-}
-
 BayerPhase ParsePhase(const std::string& name) {
   if (name == "A" || name == "a") return BAYER_PHASE_A;
   if (name == "B" || name == "b") return BAYER_PHASE_B;
@@ -46,7 +39,7 @@ void RunConvert(const ConvertOptions& o, std::ostream& out) {
   DemosaicMethod method = DEMOSAIC_METHOD_AVE;
   BayerPhase phase = 0;
   if (bayer) {
-    if (o.method) method = ParseMethod(*o.method);
+    if (o.method) method = ParseDemosaicMethod(*o.method);
     if (!o.phase)
       throw Error("--phase is needed for Bayer input: the colours of the capture's top-left 2 x 2 cell, "
                   "A = R G / G B, B = G R / B G, C = G B / R G, D = B G / G R");

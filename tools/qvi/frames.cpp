@@ -15,6 +15,13 @@ const FormatInfo& ParseFormat(const std::string& name, const std::string& option
   return *f;
 }
 
+DemosaicMethod ParseDemosaicMethod(const std::string& name) {
+  if (name == "dup") return DEMOSAIC_METHOD_DUP;
+  if (name == "ave") return DEMOSAIC_METHOD_AVE;
+  if (name == "med") return DEMOSAIC_METHOD_MED;
+  throw Error("--method " + name + " is not a demosaic method; use dup, ave or med");
+}
+
 void ForEachFrame(const RawInputOptions& options, const RawGeometry& geometry, Image& frame,
                   const std::function<const Image&(Image&)>& process, const std::string& command,
                   const std::string& unit, const std::string& what, std::ostream& out) {

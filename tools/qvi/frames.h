@@ -16,6 +16,9 @@ namespace qvi::tool {
 // The format named by `name` (given to `option`), or an Error that says so.
 const FormatInfo& ParseFormat(const std::string& name, const std::string& option);
 
+// The demosaic method named by --method (dup, ave, med), or an Error.
+DemosaicMethod ParseDemosaicMethod(const std::string& name);
+
 // Reads every frame of `options.input` into `frame`, hands it to `process`
 // and writes the image that returns to `options.output` (numbered when there
 // are several frames).  The outputs appear together once every frame is

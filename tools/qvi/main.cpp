@@ -1,5 +1,6 @@
 // qvi: converts raw captures, de-interlaces fields, lists the pixel formats
-// and runs the library's main job on a built-in capture.
+// and runs the library's main job on a built-in capture; where Aravis is
+// found, also grabs frames from cameras and lists them.
 #include <CLI/CLI.hpp>
 
 #include <cstdio>
@@ -85,10 +86,50 @@ int main(int argc, char** argv) {
   demo_cmd->add_option("--pictures", demo.pictures_dir,
                        "also write PNG pictures comparing the methods into this folder");
 
+#ifdef QVI_WITH_ARAVIS
+  GrabOptions grab;
+  CLI::App* grab_cmd = app.add_subcommand(
+      "grab", "acquire frames from a GenICam camera (GigE Vision, USB3 Vision) and convert each as it arrives");
+  CLI::Option* camera_opt = grab_cmd->add_option(
+      "--camera", grab.camera, "the camera's name as `qvi cameras` lists it (found by discovery, which broadcasts "
+                               "on every network interface)");
+  CLI::Option* address_opt = grab_cmd->add_option(
+      "--address", grab.address, "the IPv4 address of a GigE Vision camera, opened directly (no discovery)");
+  camera_opt->excludes(address_opt);
+  grab_cmd->add_option("--pixel-format", grab.pixel_format,
+                       "the camera's pixel format by its PFNC name, e.g. BayerRG12p (default: as the camera is set)");
+  grab_cmd->add_option("--width", grab.width, "frame width (a region at the sensor's top-left corner)")
+      ->check(CLI::PositiveNumber);
+  grab_cmd->add_option("--height", grab.height, "frame height")->check(CLI::PositiveNumber);
+  grab_cmd->add_option("--fps", grab.fps, "frames per second to ask of the camera");
+  grab_cmd->add_option("--frames", grab.frames, "stop after this many frames (default: run until Ctrl-C)");
+  grab_cmd->add_option("--to", grab.to, "pixel format to convert to (default BGR24, Y8 for grey cameras)")
+      ->check(kFormatName);
+  grab_cmd->add_option("--method", grab.method, "demosaic method of Bayer frames (default ave)")
+      ->transform(CLI::IsMember({"dup", "ave", "med"}, CLI::ignore_case));
+  grab_cmd->add_option("--threads", grab.threads, "conversion threads (default: one per core)")
+      ->check(CLI::Range(1u, 256u));
+  grab_cmd->add_option("-o,--output", grab.output,
+                       "write each frame: .tif/.tiff, .png or .raw, numbered (name-001.tif, ... with --frames, "
+                       "name-000001.tif, ... without); without -o frames are only measured");
+  grab_cmd->add_option("--timeout", grab.timeout, "seconds without a frame that end the run with an error")
+      ->capture_default_str();
+  grab_cmd->add_flag("--json", grab.json, "also print the summary as one JSON object, the last line of output");
+  grab_cmd->footer(
+      "Examples:\n  qvi grab --address 192.168.1.20 --pixel-format BayerRG12p --frames 100 -o frame.tif\n"
+      "  qvi grab --camera Vendor-Model-0042 --fps 30 --json      (until Ctrl-C; measures only)\n\n"
+      "Conversion runs on --threads workers over a ring of frames allocated once; when it falls behind,\n"
+      "frames are dropped and counted.  Frames that lost packets are counted as incomplete and never\n"
+      "converted.  Ctrl-C stops, finishes the frames in hand and keeps the files written.");
+  app.add_subcommand("cameras", "list the cameras Aravis finds (discovery broadcasts on every network interface)");
+  constexpr const char* kCommands = "convert, deinterlace, formats, demo, grab and cameras";
+#else
+  constexpr const char* kCommands = "convert, deinterlace, formats and demo";
+#endif
+
   if (argc > 1 && argv[1][0] != '-' &&
       app.get_subcommands([&](CLI::App* cmd) { return cmd->check_name(argv[1]); }).empty()) {
-    std::fprintf(stderr, "qvi: %s is not a command; the commands are convert, deinterlace, formats and demo "
-                 "(qvi --help)\n", argv[1]);
+    std::fprintf(stderr, "qvi: %s is not a command; the commands are %s (qvi --help)\n", argv[1], kCommands);
     return kUsage;
   }
   try {
@@ -102,10 +143,20 @@ int main(int argc, char** argv) {
     return kUsage;
   }
 
+#ifdef QVI_WITH_ARAVIS
+  if (*grab_cmd && !grab.camera && !grab.address) {
+    std::fprintf(stderr, "qvi grab: give the camera as --camera NAME or --address IP (qvi grab --help)\n");
+    return kUsage;
+  }
+#endif
   try {
     if (*convert_cmd) RunConvert(convert, std::cout);
     else if (*deinterlace_cmd) RunDeinterlace(deinterlace, std::cout);
     else if (*demo_cmd) RunDemo(demo, std::cout);
+#ifdef QVI_WITH_ARAVIS
+    else if (*grab_cmd) RunGrab(grab, std::cout);
+    else if (app.got_subcommand("cameras")) RunCameras(std::cout);
+#endif
     else RunFormats(std::cout);
   } catch (const Error& e) {
     std::cout.flush();

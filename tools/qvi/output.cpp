@@ -5,6 +5,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <atomic>
 #include <cctype>
 #include <cerrno>
 #include <csignal>
@@ -26,12 +27,16 @@ namespace {
 std::vector<std::string> g_pending;
 bool g_handlers_installed = false;
 constexpr int kHandled[] = {SIGINT, SIGTERM, SIGHUP};
+std::atomic<int> g_interrupts{0};
+static_assert(std::atomic<int>::is_always_lock_free, "a signal handler may touch only lock-free atomics");
 
 extern "C" void RemovePendingAndDie(int sig) {
   for (const std::string& path : g_pending) ::unlink(path.c_str());
   std::signal(sig, SIG_DFL);
   std::raise(sig);
 }
+
+extern "C" void CountInterrupt(int) { g_interrupts.fetch_add(1); }
 
 class SignalsBlocked {
  public:
@@ -121,20 +126,32 @@ std::string NumberedPath(const std::string& path, uint64_t index, uint64_t count
 }
 
 void WriteImage(const Image& image, const std::string& path, FileType type) {
-  CheckWritable(type, image.format(), image.width(), image.height());
+  WriteImage(image.handle(), image.data(), image.stride(), image.format(), image.width(), image.height(), path, type);
+}
+
+void WriteImage(BufferHandle handle, const uint8_t* pixels, uint32_t stride, ImageFormat format, uint32_t width,
+                uint32_t height, const std::string& path, FileType type) {
+  CheckWritable(type, format, width, height);
   switch (type) {
     case FileType::kTiff:
-      CheckStatus(QVI_FileWrite(image.handle(), path.c_str(), FILE_KIND_TIFF), "writing a TIFF file failed");
+      CheckStatus(QVI_FileWrite(handle, path.c_str(), FILE_KIND_TIFF), "writing a TIFF file failed");
       return;
     case FileType::kRaw:
-      CheckStatus(QVI_FileWrite(image.handle(), path.c_str(), FILE_KIND_RAW), "writing a raw file failed");
+      CheckStatus(QVI_FileWrite(handle, path.c_str(), FILE_KIND_RAW), "writing a raw file failed");
       return;
     case FileType::kPng:
-      WritePng(path, image.width(), image.height(), image.data(), image.stride(),
-               image.format() == FMT_BGR24 ? PngPixels::kBgr : PngPixels::kGrey);
+      WritePng(path, width, height, pixels, stride, format == FMT_BGR24 ? PngPixels::kBgr : PngPixels::kGrey);
       return;
   }
 }
+
+void CountInterrupts() {
+  SignalsBlocked blocked;
+  for (int s : kHandled) std::signal(s, CountInterrupt);
+  g_handlers_installed = true;
+}
+
+int Interrupts() { return g_interrupts.load(); }
 
 OutputSet::~OutputSet() {
   for (const Entry& e : entries_) {

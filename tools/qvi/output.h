@@ -32,6 +32,17 @@ std::string NumberedPath(const std::string& path, uint64_t index, uint64_t count
 
 // Writes `image` to `path` as `type` (TIFF and raw through QVI_FileWrite).
 void WriteImage(const Image& image, const std::string& path, FileType type);
+// The same for an image the buffer library knows as `handle`, whose first
+// line is at `pixels`.
+void WriteImage(BufferHandle handle, const uint8_t* pixels, uint32_t stride, ImageFormat format, uint32_t width,
+                uint32_t height, const std::string& path, FileType type);
+
+// For a command that ends on Ctrl-C: from now on SIGINT, SIGTERM and SIGHUP
+// only count (Interrupts()) instead of removing the pending files and ending
+// the process, so that the command can stop at its next look, finish what is
+// in hand and commit or remove its files itself.
+void CountInterrupts();
+int Interrupts();
 
 // A set of output files that appear together or not at all.  Each file is
 // written to a temporary name in its own directory; CommitAll() renames them
