@@ -7,6 +7,7 @@
 
 #include <algorithm>
 #include <cctype>
+#include <cstdio>
 #include <cstring>
 
 namespace qvi::camera {
@@ -24,6 +25,12 @@ void Check(GError* error, const std::string& what) {
 }
 
 std::string Text(const char* s) { return s ? s : ""; }
+
+std::string Number(double value) {
+  char text[64];
+  std::snprintf(text, sizeof text, "%g", value);
+  return text;
+}
 
 bool SameName(const std::string& a, const std::string& b) {
   return a.size() == b.size() && std::equal(a.begin(), a.end(), b.begin(), [](char x, char y) {
@@ -185,10 +192,10 @@ void AravisCamera::SetFrameRate(double fps) {
   double min = 0, max = 0;
   arv_camera_get_frame_rate_bounds(camera_, &min, &max, nullptr);
   if (fps < min || fps > max)
-    throw CameraError("a frame rate of " + std::to_string(fps) + " is outside the camera's range " +
-                      std::to_string(min) + ".." + std::to_string(max));
+    throw CameraError("a frame rate of " + Number(fps) + " is outside the camera's range " + Number(min) + ".." +
+                      Number(max));
   arv_camera_set_frame_rate(camera_, fps, &error);
-  Check(error, "the camera refused the frame rate " + std::to_string(fps));
+  Check(error, "the camera refused the frame rate " + Number(fps));
 }
 
 size_t AravisCamera::PayloadBytes() const {

@@ -284,6 +284,7 @@ TEST_F(GigE, ErrorsNameTheProblem) {
       {"--address 127.0.0.1 --pixel-format RGB8 -o @/x.tif", "TIFF files are written from Y8 or BGR24 pixels, not RGB24"},
       {"--address 127.0.0.1 --pixel-format Mono8 --method med", "--method applies to Bayer formats only"},
       {"--address 127.0.0.1 --width 5000 --height 10", "a width of 5000 is outside the camera's range 1..2048"},
+      {"--address 127.0.0.1 --fps 5000", "a frame rate of 5000 is outside the camera's range 0.1..1000"},
       {"--address 127.0.0.2", "no GigE Vision camera answered at 127.0.0.2"},
       {"--camera NoSuchCamera", "no camera named NoSuchCamera was found"},
   };

@@ -200,6 +200,39 @@ TEST(CommandLine, AnswersHelpAndWrongUseWithStatusAndWordsLeavingNothingBehind) 
   }
 }
 
+#ifdef QVI_WITH_ARAVIS
+// Wrong use of qvi grab is answered before any camera is looked for: these
+// runs send nothing on any network (192.0.2.1 is a documentation address).
+TEST(CommandLine, GrabAnswersWrongUseBeforeLookingForACamera) {
+  ScratchDir dir;
+  const std::string grab = "grab --address 192.0.2.1 ";
+  const struct {
+    std::string args;
+    int exit_code;
+    const char* message;
+  } cases[] = {
+      {"grab", 2, "give the camera as --camera NAME or --address IP"},
+      {"grab --camera c " + grab, 2, "excludes"},
+      {grab + "--to Y13", 2, "Y13 is not a pixel format"},
+      {grab + "--threads 0", 2, "--threads"},
+      {grab + "--method fast", 2, "fast"},
+      {grab + "--frames 0", 1, "--frames 0 asks for no frame"},
+      {grab + "--width 64", 1, "--width and --height go together"},
+      {grab + "--fps 0", 1, "--fps 0 is not a frame rate"},
+      {grab + "--timeout 0", 1, "--timeout must be more than 0 seconds"},
+      {grab + "-o o.bmp", 1, "-o o.bmp: the name must end in"},
+      {grab + "-o nodir/o.tif", 1, "output folder nodir does not exist"},
+      {"grab --address 192.0.2.300", 1, "192.0.2.300 is not an IPv4 address"},
+  };
+  for (const auto& c : cases) {
+    const auto r = dir.Qvi(c.args);
+    EXPECT_EQ(r.exit_code, c.exit_code) << c.args << "\n" << r.err;
+    EXPECT_NE(r.err.find(c.message), std::string::npos) << c.args << "\n" << r.err;
+    EXPECT_TRUE(dir.Entries().empty()) << c.args;
+  }
+}
+#endif
+
 TEST(CommandLine, FormatsListsFormatsAndConversions) {
   const auto r = ScratchDir().Qvi("formats");
   EXPECT_EQ(r.exit_code, 0);

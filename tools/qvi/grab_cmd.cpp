@@ -34,6 +34,12 @@ std::string Fixed(double value, int decimals) {
   return text;
 }
 
+std::string Shortest(double value) {
+  char text[64];
+  std::snprintf(text, sizeof text, "%g", value);
+  return text;
+}
+
 std::string JsonString(const std::string& text) {
   std::string quoted = "\"";
   for (const char c : text) {
@@ -94,7 +100,7 @@ std::string StatusLine(const camera::PipelineStats& s) {
 void RunGrab(const GrabOptions& o, std::ostream& out) {
   if (o.frames && *o.frames == 0) throw Error("--frames 0 asks for no frame; give 1 or more, or leave it out");
   if (o.width.has_value() != o.height.has_value()) throw Error("--width and --height go together");
-  if (o.fps && !(*o.fps > 0)) throw Error("--fps " + Fixed(*o.fps, 3) + " is not a frame rate; give more than 0");
+  if (o.fps && !(*o.fps > 0)) throw Error("--fps " + Shortest(*o.fps) + " is not a frame rate; give more than 0");
   if (!(o.timeout > 0)) throw Error("--timeout must be more than 0 seconds");
   std::optional<FileType> type;
   if (o.output) {
