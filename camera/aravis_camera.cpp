@@ -40,7 +40,10 @@ bool SameName(const std::string& a, const std::string& b) {
 
 std::string Join(const std::vector<std::string>& names) {
   std::string text;
-  for (const std::string& n : names) text += (text.empty() ? "" : ", ") + n;
+  for (const std::string& n : names) {
+    if (!text.empty()) text += ", ";
+    text += n;
+  }
   return text.empty() ? "none" : text;
 }
 
@@ -119,7 +122,10 @@ std::string AravisCamera::Describe() const {
   std::string text;
   for (const char* part : {arv_camera_get_vendor_name(camera_, nullptr), arv_camera_get_model_name(camera_, nullptr),
                            arv_camera_get_device_serial_number(camera_, nullptr)})
-    if (part && *part) text += (text.empty() ? "" : " ") + std::string(part);
+    if (part && *part) {
+      if (!text.empty()) text += ' ';
+      text += part;
+    }
   return text.empty() ? "the camera" : text;
 }
 
