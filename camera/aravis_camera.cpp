@@ -282,13 +282,12 @@ void CameraStream::CountSkipped(uint64_t id) {
   // GigE Vision numbers frames 1 to 65535 and then 1 again (0 is no number),
   // or with 64 bits.  A frame Aravis had no buffer for never reaches here:
   // it shows as a gap before the next one.
+  // A frame arriving after a later one (a late resend) moves nothing back.
   if (!gige_ || id == 0) return;
+  const bool wrapped = last_id_ > 0xFF00 && last_id_ <= 0xFFFF && id < 0x100;
+  if (last_id_ != 0 && id <= last_id_ && !wrapped) return;
   if (last_id_ != 0) {
-    uint64_t gap = 0;
-    if (id > last_id_)
-      gap = id - last_id_ - 1;
-    else if (last_id_ > 0xFF00 && last_id_ <= 0xFFFF && id < 0x100)
-      gap = (0xFFFF - last_id_) + (id - 1);
+    const uint64_t gap = wrapped ? (0xFFFF - last_id_) + (id - 1) : id - last_id_ - 1;
     if (gap) pipeline_->CountDropped(gap);
   }
   last_id_ = id;

@@ -64,12 +64,12 @@ TEST(CameraFormats, EntriesAgreeWithTheirNames) {
                                : cell == "GB" ? BAYER_PHASE_C
                                               : BAYER_PHASE_D;
       EXPECT_EQ(f.phase, phase);
-      EXPECT_EQ(FormatOf(f.format).name, "BAY" + std::to_string(f.bits));
+      EXPECT_EQ(FormatOf(f.format).name, std::string("BAY").append(std::to_string(f.bits)));
     } else {
       EXPECT_FALSE(f.phase.has_value());
     }
     if (mono) {
-      EXPECT_EQ(FormatOf(f.format).name, "Y" + std::to_string(f.bits));
+      EXPECT_EQ(FormatOf(f.format).name, std::string("Y").append(std::to_string(f.bits)));
     }
 
     // A PFNC code carries mono (1) or colour (2) in its top byte and the
