@@ -20,7 +20,6 @@
 #include <fstream>
 #include <iterator>
 #include <map>
-#include <mutex>
 #include <regex>
 #include <sstream>
 #include <string>
@@ -28,7 +27,6 @@
 #include <vector>
 
 #include "aravis_camera.h"
-#include "camera/frame_check.h"
 
 extern char** environ;
 
@@ -185,34 +183,6 @@ TEST_F(GigE, GrabsConvertsAndWritesNumberedFiles) {
   EXPECT_NE(r.out.find("64 x 48 BayerGR8 to BGR24 (ave, phase B)"), std::string::npos) << r.out;
   EXPECT_EQ(Files(), Numbered("frame", ".tif", 6, 3));
   for (const std::string& name : Files()) EXPECT_EQ(fs::file_size(Path(name)), 204u + 64 * 48 * 3) << name;
-}
-
-TEST_F(GigE, EachConvertedFrameIsTheLibrarysConversionOfTheSentBytes) {
-  FakeGigeCamera fake;
-  auto camera = AravisCamera::OpenAddress("127.0.0.1");
-  camera->SetPixelFormat("BayerRG8");
-  camera->SetSize(321, 243);
-  PipelineSettings settings;
-  settings.to = FMT_BGRX32;
-  settings.method = DEMOSAIC_METHOD_MED;
-  settings.workers = 2;
-  settings = CameraStream::StreamSettings(*camera, settings);
-  std::mutex mutex;
-  int compared = 0, differing = 0;
-  CameraStream stream(*camera, settings, [&](const Converted& frame) {
-    const bool same = check::IsLibraryConversion(settings, frame);
-    std::lock_guard lock(mutex);
-    ++compared;
-    differing += same ? 0 : 1;
-  });
-  stream.Start();
-  for (int submitted = 0, tries = 0; submitted < 5 && tries < 100; ++tries) {
-    const CameraStream::Popped p = stream.Next(std::chrono::milliseconds(100));
-    if (p.outcome == CameraStream::Outcome::kFrame) stream.pipeline().Submit(*p.frame), ++submitted;
-  }
-  stream.Stop();
-  EXPECT_EQ(compared, 5);
-  EXPECT_EQ(differing, 0);
 }
 
 // With packets lost on the way, some frames arrive incomplete: they are

@@ -45,6 +45,10 @@ TEST(CameraFormats, EntriesAgreeWithTheirNames) {
     SCOPED_TRACE(name);
     EXPECT_TRUE(codes.insert(f.code).second) << "code used twice";
     EXPECT_TRUE(names.insert(Lower(name)).second) << "name used twice";
+    EXPECT_EQ(FindCameraFormat(f.code), &f);
+    EXPECT_EQ(FindCameraFormat(Lower(name)), &f);
+    EXPECT_EQ(PfncCode(name), f.code);
+    EXPECT_EQ(PfncName(f.code), f.name);
 
     const bool bayer = name.starts_with("Bayer"), mono = name.starts_with("Mono");
     const Packing packing = name.ends_with("Packed") ? (name.find("10") != std::string::npos ? Packing::kGrouped10
@@ -86,21 +90,8 @@ TEST(CameraFormats, EntriesAgreeWithTheirNames) {
   EXPECT_EQ(FindCameraFormat("RGBa8")->format, FMT_RGBX32);
   EXPECT_EQ(FindCameraFormat("BGRa8")->format, FMT_BGRX32);
   EXPECT_EQ(FindCameraFormat("YUV422_8")->format, FMT_YUV422);
-}
-
-TEST(CameraFormats, LookupsByCodeAndByNameInAnyCase) {
-  for (const CameraFormat& f : CameraFormats()) {
-    const std::string name(f.name);
-    EXPECT_EQ(FindCameraFormat(f.code), &f) << name;
-    EXPECT_EQ(FindCameraFormat(Lower(name)), &f) << name;
-    std::string upper = name;
-    for (char& c : upper) c = static_cast<char>(std::toupper(static_cast<unsigned char>(c)));
-    EXPECT_EQ(FindCameraFormat(upper), &f) << name;
-    EXPECT_EQ(PfncName(f.code), f.name);
-    EXPECT_EQ(PfncCode(name), f.code);
-  }
+  EXPECT_EQ(FindCameraFormat("BAYERrg12P"), FindCameraFormat(0x010C0059));
   EXPECT_EQ(FindCameraFormat("Bayer_RG8"), nullptr);
-  EXPECT_EQ(FindCameraFormat(""), nullptr);
   EXPECT_EQ(FindCameraFormat(0u), nullptr);
 }
 

@@ -237,13 +237,11 @@ TEST(Pipeline, RefusesWhatTheLibraryCannotServe) {
   short_frames.raw_bytes -= 1;
   PipelineSettings short_stride = Settings("Mono16", 5, 3, FMT_Y8, 1);
   short_stride.raw_stride = 9;
-  PipelineSettings no_workers = Settings("Mono8", 5, 3, FMT_Y8, 0);
   const Case cases[] = {
       {no_route, "into BGR24 failed: STATUS_BAD_PARAMETER"},
       {bad_method, "into RGBX32 failed: STATUS_BAD_BAYER_MODE"},
       {short_frames, "frames of 22 bytes cannot hold 5 x 3 BayerRG12p pixels (23 bytes)"},
       {short_stride, "the stride 9 is shorter than a line of 10 bytes"},
-      {no_workers, "at least one worker"},
   };
   for (const Case& c : cases) {
     try {
