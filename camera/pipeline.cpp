@@ -155,18 +155,19 @@ Converted Pipeline::Convert(Worker& worker, Frame& frame) {
 }
 
 void Pipeline::Work(Worker& worker) {
+  // One lock a frame: the last frame's results and the next frame's taking
+  // share it, so that the source, woken by the frame given back, rarely
+  // finds the lock held.
+  std::unique_lock lock(mutex_);
   for (;;) {
-    Frame* frame = nullptr;
-    bool failed = false;
-    {
-      std::unique_lock lock(mutex_);
-      work_.wait(lock, [&] { return queue_count_ > 0 || closing_; });
-      if (queue_count_ == 0) return;
-      frame = queue_[queue_head_];
-      queue_head_ = (queue_head_ + 1) % queue_.size();
-      --queue_count_;
-      failed = error_ != nullptr;
-    }
+    work_.wait(lock, [&] { return queue_count_ > 0 || closing_; });
+    if (queue_count_ == 0) return;
+    Frame* frame = queue_[queue_head_];
+    queue_head_ = (queue_head_ + 1) % queue_.size();
+    --queue_count_;
+    const bool failed = error_ != nullptr;
+    lock.unlock();
+
     std::exception_ptr failure;
     double ms = 0;
     if (!failed) {
@@ -179,8 +180,10 @@ void Pipeline::Work(Worker& worker) {
         failure = std::current_exception();
       }
     }
-    GiveBack(*frame);
-    std::lock_guard lock(mutex_);
+    if (recycle_) recycle_(*frame);
+
+    lock.lock();
+    if (!recycle_) free_list_.push_back(frame);
     if (failed || failure) {
       ++counts_.failed;
       if (!error_) error_ = failure;
@@ -189,6 +192,7 @@ void Pipeline::Work(Worker& worker) {
       times_.Add(ms);
       last_done_ = Clock::now();
     }
+    if (!recycle_) free_.notify_one();
   }
 }
 
