@@ -187,7 +187,8 @@ void RunGrab(const GrabOptions& o, std::ostream& out) {
   if (bayer)
     conversion += " (" + o.method.value_or("ave") + ", phase " +
                   std::string(1, static_cast<char>('A' + (*from.phase >> 8) - 1)) + ")";
-  if (to.code == from.format) conversion = std::string(to.name) + " as sent";
+  if (to.code == from.format)
+    conversion = std::string(to.name) + (from.packing == camera::Packing::kNone ? " as sent" : ", unpacked only");
   out << "qvi grab: " << name << ", " << pixels << " to " << conversion << ", " << settings.workers << " thread"
       << (settings.workers == 1 ? "" : "s") << (Interrupts() ? ", stopped by an interrupt" : "") << "\n"
       << "  " << StatusLine(s) << " over " << Fixed(s.seconds, 2) << " s\n";
