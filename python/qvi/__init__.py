@@ -24,7 +24,18 @@ from . import _qvi
 from ._qvi import convert, deinterlace
 
 __version__: str = _qvi.__version__
-__all__ = ["Error", "FormatInfo", "conversions", "convert", "deinterlace", "formats", "read_raw", "write"]
+__all__ = [
+    "CameraFormat",
+    "Error",
+    "FormatInfo",
+    "camera_formats",
+    "conversions",
+    "convert",
+    "deinterlace",
+    "formats",
+    "read_raw",
+    "write",
+]
 
 
 class FormatInfo(NamedTuple):
@@ -64,6 +75,34 @@ _FORMATS = {
     for row in _qvi.format_table()
 }
 _conversions: Optional[dict[str, tuple[str, ...]]] = None
+
+
+class CameraFormat(NamedTuple):
+    """A camera pixel format (PFNC) that ``convert`` takes as ``from_format``."""
+
+    name: str
+    """The PFNC name, as cameras spell it: ``"BayerRG12p"``."""
+    code: int
+    """The PFNC code: ``0x010C0059``."""
+    format: str
+    """The library format of its pixels (after unpacking): ``"BAY12"``."""
+    phase: Optional[str]
+    """The Bayer phase its name gives (``"A"`` for BayerRG), or None."""
+    packing: str
+    """``""`` when the array holds the library format's own pixels; ``"p"``
+    (PFNC's little-endian bit stream) or ``"Packed"`` (GigE Vision's two
+    pixels in three bytes) when it holds packed lines, (H, bytes) of uint8
+    with the width given apart."""
+    bits: int
+    """Significant bits of a sample."""
+
+
+_CAMERA_FORMATS = {row[0]: CameraFormat(*row) for row in _qvi.camera_format_table()}
+
+
+def camera_formats() -> dict[str, CameraFormat]:
+    """Every camera (PFNC) format ``convert`` takes, by name."""
+    return dict(_CAMERA_FORMATS)
 
 
 def formats() -> dict[str, FormatInfo]:

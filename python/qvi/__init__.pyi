@@ -29,6 +29,19 @@ class FormatInfo(NamedTuple):
     def line_bytes(self, width: int) -> int: ...
     def shape(self, height: int, width: int) -> tuple[int, ...]: ...
 
+class CameraFormat(NamedTuple):
+    """A camera pixel format (PFNC) that convert takes as from_format."""
+
+    name: str
+    code: int
+    format: str
+    phase: Optional[str]
+    packing: str
+    bits: int
+
+def camera_formats() -> dict[str, CameraFormat]:
+    """Every camera (PFNC) format convert takes, by name."""
+
 def formats() -> dict[str, FormatInfo]:
     """Every pixel format of the library by name, in the order of their codes."""
 

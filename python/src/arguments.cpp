@@ -46,8 +46,26 @@ const FormatInfo& FormatArg(py::handle value, const char* arg) {
 }
 
 SourceFormat SourceFormatArg(py::handle value, const char* arg) {
-  // Camera (PFNC) names join here, each bringing its format and Bayer phase.
-  return {&FormatArg(value, arg), std::nullopt};
+  const std::string_view name = Text(value, arg);
+  if (const FormatInfo* format = camera::FindFormat(name))
+    return {format, std::nullopt, camera::Packing::kNone, format->name};
+  if (const camera::CameraFormat* c = camera::FindCameraFormat(name))
+    return {&camera::FormatOf(c->format), c->phase, c->packing, c->name};
+  std::string message = std::string(arg) + ": ";
+  if (const std::optional<uint32_t> code = camera::PfncCode(name))
+    message += camera::DescribePixelFormat(*code) + " is a camera format qvi does not take";
+  else
+    message += std::string(py::repr(value)) + " is not a pixel format";
+  throw py::value_error(message + "; qvi.formats() and qvi.camera_formats() list the formats it takes");
+}
+
+BayerPhase SourcePhaseArg(const SourceFormat& from, py::handle phase_arg) {
+  const BayerPhase asked = PhaseArg(phase_arg);
+  if (!from.phase) return asked;
+  if (asked != BAYER_PHASE_A && asked != *from.phase)
+    throw py::value_error("phase: " + std::string(py::repr(phase_arg)) + " contradicts " + std::string(from.name) +
+                          ", whose name gives its Bayer phase; leave phase out");
+  return *from.phase;
 }
 
 DemosaicMethod DemosaicMethodArg(py::handle value) {

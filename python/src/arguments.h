@@ -7,6 +7,7 @@
 
 #include <optional>
 
+#include "pfnc.h"
 #include "qvi_formats.h"
 
 namespace qvi::python {
@@ -14,18 +15,26 @@ namespace qvi::python {
 namespace py = pybind11;
 using camera::FormatInfo;
 
-// What a from_format name stands for: the library's format, and the Bayer
-// phase when the name itself fixes one (camera format names do).
+// What a from_format name stands for: the library's format of the pixels it
+// is handed, the Bayer phase when the name itself fixes one, and the packed
+// layout the bytes are unpacked from first (camera format names bring both).
 struct SourceFormat {
   const FormatInfo* format;
   std::optional<BayerPhase> phase;
+  camera::Packing packing = camera::Packing::kNone;
+  std::string_view name;  // as listed: "BAY12", "BayerRG12p"
 };
 
 // A format by its name as `qvi formats` prints it (case does not matter and
 // an "FMT_" prefix is accepted).
 const FormatInfo& FormatArg(py::handle value, const char* arg);
-// A format a conversion reads: any name FormatArg takes.
+// A format a conversion reads: any name FormatArg takes, or a camera (PFNC)
+// format name that qvi.camera_formats() lists ("BayerRG12p", "Mono8").
 SourceFormat SourceFormatArg(py::handle value, const char* arg);
+// The Bayer phase of a conversion from `from`: phase_arg, or the camera
+// format's own phase, which phase_arg may not contradict (its default 'A'
+// aside).
+BayerPhase SourcePhaseArg(const SourceFormat& from, py::handle phase_arg);
 
 DemosaicMethod DemosaicMethodArg(py::handle value);  // "dup", "ave", "med"
 BayerPhase PhaseArg(py::handle value);               // "A".."D" or "RGGB", "GRBG", "GBRG", "BGGR"

@@ -5,6 +5,8 @@
 #include <bit>
 #include <string>
 
+#include "unpack.h"
+
 namespace qvi::python {
 namespace {
 
@@ -71,9 +73,11 @@ bool Frames::Contiguous() const {
   return first.Compact() && (count <= 1 || step == static_cast<ptrdiff_t>(uint64_t{first.stride} * first.height));
 }
 
-Frames Describe(const py::array& a, const FormatInfo& f, std::optional<uint32_t> width, const char* arg, Role role) {
-  const ArrayLayout layout = LayoutOf(f);
-  const std::string name(f.name);
+Frames Describe(const py::array& a, const FormatInfo& f, std::optional<uint32_t> width, const char* arg, Role role,
+                const CameraPacking& camera) {
+  const bool unpacks = camera.packing != camera::Packing::kNone;
+  const ArrayLayout layout = unpacks ? ArrayLayout{1, 0, true} : LayoutOf(f);
+  const std::string name(unpacks ? camera.name : f.name);
   const py::dtype dtype = a.dtype();
   if (dtype.kind() != 'u' || dtype.itemsize() != layout.item_bytes || dtype.byteorder() == kForeignOrder)
     throw py::type_error(std::string(arg) + " must be an array of " + DtypeName(layout.item_bytes) + " for " + name +
@@ -102,7 +106,9 @@ Frames Describe(const py::array& a, const FormatInfo& f, std::optional<uint32_t>
   p.data = static_cast<uint8_t*>(const_cast<void*>(a.data()));
   if (layout.packed) {
     if (width) {
-      const std::optional<uint32_t> line = camera::LineBytes(f, *width);
+      const std::optional<uint32_t> line =
+          unpacks ? std::optional<uint32_t>(Fit32(camera::PackedLineBytes(camera.packing, *width), arg))
+                  : camera::LineBytes(f, *width);
       if (!line) TooLarge(arg);
       if (cols < static_cast<py::ssize_t>(*line))
         throw py::value_error(std::string(arg) + " has lines of " + std::to_string(cols) + " bytes, fewer than the " +
@@ -139,7 +145,7 @@ Frames Describe(const py::array& a, const FormatInfo& f, std::optional<uint32_t>
     if (rs < static_cast<py::ssize_t>(p.line))
       throw py::value_error("the lines of " + std::string(arg) + " overlap: they start " + std::to_string(rs) +
                             " bytes apart and are " + std::to_string(p.line) + " bytes long");
-    const uint32_t unit = StrideUnit(f);
+    const uint32_t unit = unpacks ? 1 : StrideUnit(f);
     if (rs % unit != 0)
       throw py::value_error("the lines of " + std::string(arg) + " must start a multiple of " + std::to_string(unit) +
                             " bytes apart for " + name + "; they are " + std::to_string(rs) + " bytes apart");

@@ -10,6 +10,7 @@
 #include <optional>
 #include <vector>
 
+#include "pfnc.h"
 #include "qvi_formats.h"
 
 namespace qvi::python {
@@ -57,12 +58,20 @@ struct Frames {
 // What an array is used for, which decides the checks it must pass.
 enum class Role { kSource, kDestination };
 
-// Checks `array` against `format` and describes it.  `width` is the image
-// width for packed formats (and must match the shape for the others);
-// without it a packed array's width is taken from its whole pixel groups.
-// Errors are TypeError or ValueError naming `arg`.
+// A camera's packed lines (BayerRG12p, Mono10Packed, ...): (H, bytes) of
+// uint8 whose pixels are unpacked into `format` before the library sees them.
+struct CameraPacking {
+  camera::Packing packing = camera::Packing::kNone;
+  std::string_view name;  // the camera format's, for messages
+};
+
+// Checks `array` against `format` (or, with `camera`, against that camera
+// layout) and describes it.  `width` is the image width for packed formats
+// (and must match the shape for the others); without it a packed array's
+// width is taken from its whole pixel groups.  Errors are TypeError or
+// ValueError naming `arg`.
 Frames Describe(const py::array& array, const FormatInfo& format, std::optional<uint32_t> width, const char* arg,
-                Role role);
+                Role role, const CameraPacking& camera = {});
 
 // The shape of `count` frames (no frame axis unless `stack`) of `height`
 // lines of `format`; `row` is the width in pixels, or in bytes when packed.

@@ -13,6 +13,7 @@
 #include <thread>
 
 #include "qvb.h"
+#include "unpack.h"
 
 namespace qvi::python {
 namespace {
@@ -57,6 +58,17 @@ Plane Stage(const Plane& p, uint32_t tail, std::vector<uint8_t>& memory) {
   CopyLines(p, copy, p.line);
   std::fill(memory.begin() + static_cast<ptrdiff_t>(bytes), memory.end(), uint8_t{0});
   return copy;
+}
+
+// `p`'s packed camera lines unpacked into a compact plane of 16-bit words
+// in `memory`, followed by `tail` zero bytes.
+Plane Unpacked(const Plane& p, camera::Packing packing, uint32_t tail, std::vector<uint8_t>& memory) {
+  const uint32_t line = 2 * p.width;
+  const size_t bytes = size_t{line} * p.height;
+  memory.resize(bytes + tail);
+  camera::Unpack(packing, p.data, p.stride, p.width, p.height, memory.data(), line);
+  std::fill(memory.begin() + static_cast<ptrdiff_t>(bytes), memory.end(), uint8_t{0});
+  return {memory.data(), p.width, p.height, line, line};
 }
 
 // A compact plane one pixel wider than `dst` in `memory`, holding dst's
@@ -111,7 +123,10 @@ std::optional<Failure> ForEachFrame(size_t count, unsigned threads, const Work& 
 Status ConvertFrame(const ConvertJob& job, size_t i, Scratch& scratch) {
   Plane src = job.src[i];
   const Plane dst = job.dst[i];
-  if (job.stage_source) src = Stage(src, job.source_tail, scratch.source);
+  if (job.packing != camera::Packing::kNone)
+    src = Unpacked(src, job.packing, job.source_tail, scratch.source);
+  else if (job.stage_source)
+    src = Stage(src, job.source_tail, scratch.source);
   Plane target = dst;
   if (job.widen) {
     target = Widened(dst, job.to->group_bytes, scratch.destination);
@@ -154,6 +169,7 @@ void CheckFits(uint64_t bytes) {
 // scratch frame whose lines are copied out.  Same-format copies of equal
 // strides and heights copy the padding too; the destination is then
 // described one line taller, which makes the library copy line by line.
+// A camera's packed lines are always unpacked into such a copy first.
 void ConvertJob::Prepare() {
   const Plane& s = src.first;
   const Plane& d = dst.first;
@@ -169,6 +185,10 @@ void ConvertJob::Prepare() {
     }
   }
   if (from->code == FMT_RGB30 && to->code == FMT_RGB48 && !s.Compact()) stage_source = true;
+  if (packing != camera::Packing::kNone) {
+    stage_source = true;
+    CheckFits(uint64_t{from->group_bytes} * s.width * s.height + source_tail);
+  }
   widen = from->pixels_per_group == 2 && s.width % 2 == 1;
   if (widen) CheckFits((uint64_t{d.line} + to->group_bytes) * d.height);
   taller_destination = from->code == to->code && (from->code == FMT_Y8 || from->code == FMT_Y16) &&

@@ -23,6 +23,8 @@ struct ConvertJob {
   DemosaicMethod method;
   BayerPhase phase;
   Frames src, dst;
+  // The camera layout src's lines are unpacked from into `from` first.
+  camera::Packing packing = camera::Packing::kNone;
   // Set by Prepare: what each frame needs besides the call itself.
   bool stage_source = false;  // convert from a compact copy of the frame ...
   uint32_t source_tail = 0;   // ... followed by this many zero bytes

@@ -54,7 +54,8 @@ bool LeavesXBytes(const FormatInfo& f) { return LayoutOf(f).channels == 4; }
 bool InPlace(const ConvertJob& job) {
   return job.src.first.data == job.dst.first.data && job.src.first.stride == job.dst.first.stride &&
          (job.src.count <= 1 || job.src.step == job.dst.step) && job.from->pixels_per_group == 1 &&
-         job.from->group_bytes == job.to->group_bytes && !camera::IsBayer(job.from->code);
+         job.from->group_bytes == job.to->group_bytes && !camera::IsBayer(job.from->code) &&
+         job.packing == camera::Packing::kNone;
 }
 
 // Checks the arguments of a conversion and describes source and destination
@@ -65,17 +66,19 @@ ConvertJob PlanConvert(py::handle src_arg, py::handle from_arg, py::handle to_ar
   const FormatInfo& f = *from.format;
   const FormatInfo& to = FormatArg(to_arg, "to_format");
   const DemosaicMethod method = DemosaicMethodArg(method_arg);
-  const BayerPhase phase = from.phase ? *from.phase : PhaseArg(phase_arg);
+  const BayerPhase phase = SourcePhaseArg(from, phase_arg);
   const std::optional<uint32_t> width = WidthArg(width_arg);
   if (!HasRoute(f, to))
     throw py::value_error("to_format: the library has no conversion from " + Name(f) + " to " + Name(to) +
                           "; qvi.conversions() lists the conversions");
   const py::array src = SourceArray(src_arg, "src");
-  if (LayoutOf(f).packed && !width)
-    throw py::value_error("width is required for " + Name(f) +
+  const bool unpacks = from.packing != camera::Packing::kNone;
+  if ((unpacks || LayoutOf(f).packed) && !width)
+    throw py::value_error("width is required for " + std::string(from.name) +
                           ": src holds the bytes of each line, (H, bytes), and the width in pixels is not in its shape");
 
-  ConvertJob job{&f, &to, method, phase, Describe(src, f, width, "src", Role::kSource), {}};
+  ConvertJob job{&f, &to, method, phase, Describe(src, f, width, "src", Role::kSource, {from.packing, from.name}), {},
+                 from.packing};
   const Plane& s = job.src.first;
   if (camera::IsBayer(f.code) && job.src.count > 0 && (s.width < 2 || s.height < 2))
     throw py::value_error("src: a Bayer mosaic needs at least 2 x 2 pixels; it has " + std::to_string(s.width) +
@@ -188,6 +191,27 @@ py::list FormatTable() {
   return table;
 }
 
+const char* PackingName(camera::Packing packing) {
+  switch (packing) {
+    case camera::Packing::kLsb10:
+    case camera::Packing::kLsb12: return "p";
+    case camera::Packing::kGrouped10:
+    case camera::Packing::kGrouped12: return "Packed";
+    case camera::Packing::kNone: break;
+  }
+  return "";
+}
+
+py::list CameraFormatTable() {
+  py::list table;
+  for (const camera::CameraFormat& c : camera::CameraFormats()) {
+    const py::object phase = c.phase ? py::str(PhaseLetter(*c.phase)) : py::object(py::none());
+    table.append(py::make_tuple(std::string(c.name), c.code, Name(camera::FormatOf(c.format)), phase,
+                                PackingName(c.packing), c.bits));
+  }
+  return table;
+}
+
 py::list ConversionTable() {
   py::list table;
   for (const FormatInfo& f : camera::AllFormats()) {
@@ -234,19 +258,27 @@ src : numpy.ndarray
     - BGR24, RGB24: (H, W, 3) uint8; the 32-bit X formats (H, W, 4) uint8;
     - BGR48, RGB48, BGR36, TRIPLE16: (H, W, 3) uint16;
     - Y32, RGB30, BGR30: (H, W) uint32;
-    - Y12P and YUV422, packed: (H, bytes) uint8, with ``width`` given.
+    - Y12P and YUV422, packed: (H, bytes) uint8, with ``width`` given;
+    - a camera's packed lines (Mono12p, BayerRG10Packed, ...): (H, bytes)
+      uint8 with ``width`` given; each frame is unpacked into 16-bit words
+      (a scratch copy) before the library converts it.
 from_format, to_format : str
     Format names as ``qvi.formats()`` lists them (case does not matter).
     ``qvi.conversions()`` lists the pairs the library converts.
+    ``from_format`` also takes the camera (PFNC) names that
+    ``qvi.camera_formats()`` lists, exactly as cameras spell them: "Mono8",
+    "BayerRG12p", "Mono12Packed"; a Bayer name brings its phase.
 method : {'ave', 'dup', 'med'}
     Demosaic method of a Bayer source (ignored for other sources).
 phase : {'A', 'B', 'C', 'D'}
     Colours of a Bayer source's top-left 2 x 2 cell: A = R G / G B,
     B = G R / B G, C = G B / R G, D = B G / G R ('RGGB', 'GRBG', 'GBRG' and
-    'BGGR' are taken too).  Ignored for other sources.
+    'BGGR' are taken too).  Ignored for other sources.  A camera Bayer
+    name fixes the phase (BayerGR8 is 'B'); any other phase than the
+    default raises ValueError.
 width : int, optional
-    Width in pixels of a packed (Y12P, YUV422) source; for other formats it
-    must be left out or equal the shape's.
+    Width in pixels of a packed source (Y12P, YUV422 or a packed camera
+    format); for other formats it must be left out or equal the shape's.
 out : numpy.ndarray, optional
     Destination of exactly the result's shape and dtype; its rows may be
     padded.  Nothing outside its pixels is written.  It may be ``src``
@@ -356,6 +388,9 @@ PYBIND11_MODULE(_qvi, m) {
   m.def("format_table", &FormatTable,
         "format_table()\n--\n\n(name, code, group bytes, pixels per group, dtype, channels, packed, layout) of "
         "every format.");
+  m.def("camera_format_table", &CameraFormatTable,
+        "camera_format_table()\n--\n\n(PFNC name, PFNC code, qvi format, Bayer phase or None, packing, bits) of "
+        "every camera format convert takes.");
   m.def("conversion_table", &ConversionTable,
         "conversion_table()\n--\n\n(source, destinations) for every source QVI_Convert takes, asked of the library.");
   m.def("format_name", &FormatName,
