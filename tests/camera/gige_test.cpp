@@ -1,9 +1,9 @@
 // qvi grab and qvi cameras against Aravis's fake GigE Vision camera over real
 // UDP.  The camera and discovery broadcast on every interface, so this
 // program runs only inside a private network namespace that holds nothing
-// but loopback: CTest starts it through scripts/netns.sh, and every test
-// skips itself when any other interface is present.  Each test starts the
-// camera on 127.0.0.1 and kills it at the end.
+// but loopback (CTest starts it through scripts/netns.sh; every test skips
+// itself when another interface is present).  Each test starts the camera on
+// 127.0.0.1 and kills it at the end.
 #include <gtest/gtest.h>
 #include <fcntl.h>
 #include <ifaddrs.h>
@@ -16,8 +16,10 @@
 
 #include <algorithm>
 #include <chrono>
+#include <cstdio>
 #include <filesystem>
 #include <fstream>
+#include <functional>
 #include <iterator>
 #include <map>
 #include <regex>
@@ -136,9 +138,9 @@ class GigE : public ::testing::Test {
     for (std::string w; split >> w;) words.push_back(w.starts_with("@") ? dir_.string() + w.substr(1) : w);
     return words;
   }
-  // Runs qvi with `args` (a word "@" stands for this test's folder) to its end.
-  Result Run(const std::string& args) const { return Finish(Spawn(Qvi(args), Out(), Err())); }
+  // Starts qvi with `args` (a word "@" stands for this test's folder); Run waits for its end.
   pid_t Start(const std::string& args) const { return Spawn(Qvi(args), Out(), Err()); }
+  Result Run(const std::string& args) const { return Finish(Start(args)); }
   Result Finish(pid_t pid) const {
     Result r{Wait(pid), ReadText(Out()), ReadText(Err()), {}};
     r.json = JsonNumbers(r.out);
@@ -162,17 +164,23 @@ class GigE : public ::testing::Test {
 
 std::vector<std::string> Numbered(const std::string& stem, const std::string& ext, int count, int digits) {
   std::vector<std::string> names;
-  for (int i = 1; i <= count; ++i) {
-    std::string n = std::to_string(i);
-    names.push_back(stem + "-" + std::string(digits - n.size(), '0') + n + ext);
-  }
+  char number[16];
+  for (int i = 1; i <= count; ++i) names.push_back(stem + "-" + (std::snprintf(number, 16, "%0*d", digits, i), number) + ext);
   return names;
 }
 
-TEST_F(GigE, GrabsConvertsAndWritesNumberedFiles) {
+void WaitUntil(const std::function<bool()>& done) {
+  for (int tries = 0; tries < 200 && !done(); ++tries) std::this_thread::sleep_for(std::chrono::milliseconds(50));
+}
+
+TEST_F(GigE, DiscoversTheCameraAndWritesNumberedFiles) {
   FakeGigeCamera camera;
-  Result r = Run("grab --address 127.0.0.1 --pixel-format BayerGR8 --width 64 --height 48 --frames 6 "
-                       "--threads 2 --json -o @/frame.tif");
+  const Result list = Run("cameras");
+  ASSERT_EQ(list.exit_code, 0) << list.err;
+  EXPECT_NE(list.out.find("Aravis-Fake-GV01  Aravis  Fake   GV01    127.0.0.1  GigEVision"), std::string::npos)
+      << list.out;
+  Result r = Run("grab --camera Aravis-Fake-GV01 --pixel-format BayerGR8 --width 64 --height 48 --frames 6 "
+                 "--threads 2 --json -o @/frame.tif");
   ASSERT_EQ(r.exit_code, 0) << r.err;
   EXPECT_EQ(r.json["converted"], 6);
   EXPECT_EQ(r.json["files"], 6);
@@ -211,9 +219,7 @@ TEST_F(GigE, CtrlCStopsCleanlyAndKeepsOnlyWholeFiles) {
   FakeGigeCamera camera;
   const pid_t qvi = Start("grab --address 127.0.0.1 --pixel-format BayerGB8 --width 320 --height 240 --json "
                           "-o @/frame.png");
-  // Wait for files being written (still under their temporary names).
-  for (int tries = 0; tries < 200 && Files().size() < 2; ++tries)
-    std::this_thread::sleep_for(std::chrono::milliseconds(50));
+  WaitUntil([&] { return Files().size() >= 2; });  // files being written, under temporary names
   kill(qvi, SIGINT);
   Result r = Finish(qvi);
   ASSERT_EQ(r.exit_code, 0) << r.err;
@@ -231,8 +237,7 @@ TEST_F(GigE, AStreamThatStopsEndsTheRunAndLeavesNoFile) {
   FakeGigeCamera camera;
   const pid_t qvi = Start("grab --address 127.0.0.1 --pixel-format Mono8 --width 64 --height 64 --timeout 1 "
                           "-o @/frame.raw");
-  for (int tries = 0; tries < 200 && Files().empty(); ++tries)
-    std::this_thread::sleep_for(std::chrono::milliseconds(50));
+  WaitUntil([&] { return !Files().empty(); });
   camera.Kill();
   Result r = Finish(qvi);
   EXPECT_EQ(r.exit_code, 1);
@@ -242,10 +247,7 @@ TEST_F(GigE, AStreamThatStopsEndsTheRunAndLeavesNoFile) {
 
 TEST_F(GigE, ErrorsNameTheProblem) {
   FakeGigeCamera camera;
-  struct Case {
-    std::string args, message;
-  };
-  const Case cases[] = {
+  const std::pair<std::string, std::string> cases[] = {
       {"--address 127.0.0.1 --pixel-format BayerRG12p",
        "the camera does not offer the pixel format BayerRG12p; it offers BayerBG8, BayerGB8, BayerGR8, BayerRG8, "
        "Mono8, RGB8, Mono16"},
@@ -258,23 +260,12 @@ TEST_F(GigE, ErrorsNameTheProblem) {
       {"--address 127.0.0.2", "no GigE Vision camera answered at 127.0.0.2"},
       {"--camera NoSuchCamera", "no camera named NoSuchCamera was found"},
   };
-  for (const Case& c : cases) {
-    Result r = Run("grab --frames 1 " + c.args);
-    EXPECT_EQ(r.exit_code, 1) << c.args;
-    EXPECT_NE(r.err.find(c.message), std::string::npos) << c.args << "\n" << r.err;
-    EXPECT_TRUE(Files().empty()) << c.args;
+  for (const auto& [args, message] : cases) {
+    Result r = Run("grab --frames 1 " + args);
+    EXPECT_EQ(r.exit_code, 1) << args;
+    EXPECT_NE(r.err.find(message), std::string::npos) << args << "\n" << r.err;
+    EXPECT_TRUE(Files().empty()) << args;
   }
-}
-
-TEST_F(GigE, DiscoveryFindsTheCamera) {
-  FakeGigeCamera camera;
-  const Result list = Run("cameras");
-  ASSERT_EQ(list.exit_code, 0) << list.err;
-  EXPECT_NE(list.out.find("Aravis-Fake-GV01  Aravis  Fake   GV01    127.0.0.1  GigEVision"), std::string::npos)
-      << list.out;
-  Result grab = Run("grab --camera Aravis-Fake-GV01 --frames 2 --width 32 --height 32 --json");
-  EXPECT_EQ(grab.exit_code, 0) << grab.err;
-  EXPECT_EQ(grab.json["converted"], 2);
 }
 
 }  // namespace

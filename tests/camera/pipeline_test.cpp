@@ -1,24 +1,22 @@
-// The capture pipeline fed by a synthetic source: every converted frame is
-// QVI_Convert of that frame's bytes (unpacked by the bit-level model where
-// packed), in every layout and with several workers; a full ring drops and
-// counts rather than queues; incomplete frames are never converted; a
-// failing sink stops the pipeline and reaches the owner; settings the
-// library cannot serve are refused before any frame.
+// The capture pipeline fed by a synthetic source: every frame converted as
+// the library converts it, drops counted rather than queued, incomplete
+// frames never converted, failures of the sink reaching the owner, settings
+// the library cannot serve refused before any frame.
 #include <gtest/gtest.h>
 
-#include <condition_variable>
 #include <cstring>
+#include <latch>
 #include <mutex>
 #include <random>
+#include <semaphore>
 #include <set>
 #include <string>
 #include <vector>
 
-#include "camera/packing_model.h"
+#include "camera/reference.h"
 #include "conversion_times.h"
 #include "pipeline.h"
 #include "qvi_formats.h"
-#include "support/qvb_buffer.h"
 
 namespace qvi::camera {
 namespace {
@@ -35,11 +33,10 @@ PipelineSettings Settings(const char* format, uint32_t width, uint32_t height, I
   return s;
 }
 
-// A frame as the source sends it, and the same pixels as the library takes
-// them (16-bit words for a packed format), with room after the last line.
+// A frame as the source sends it, and what the library makes of its pixels
+// (16-bit words, for a packed format).
 struct Sent {
-  std::vector<uint8_t> raw, pixels;
-  uint32_t stride;
+  std::vector<uint8_t> raw, expected;
 };
 
 Sent MakeFrame(const PipelineSettings& s, uint32_t seed) {
@@ -48,38 +45,16 @@ Sent MakeFrame(const PipelineSettings& s, uint32_t seed) {
   if (s.format->packing == Packing::kNone) {
     sent.raw.resize(s.raw_bytes);
     for (uint8_t& b : sent.raw) b = static_cast<uint8_t>(random());
-    sent.pixels = sent.raw;
-    sent.stride = s.raw_stride;
-  } else {
-    std::vector<uint16_t> values(size_t{s.width} * s.height);
-    for (uint16_t& v : values) v = static_cast<uint16_t>(random() & ((1u << s.format->bits) - 1));
-    sent.raw = model::Pack(s.format->packing, values);
-    sent.pixels.resize(values.size() * 2);
-    std::memcpy(sent.pixels.data(), values.data(), sent.pixels.size());
-    sent.stride = s.width * 2;
+    sent.expected = model::LibraryConversion(s, sent.raw, s.raw_stride);
+    return sent;
   }
-  sent.pixels.resize(sent.pixels.size() + 16, 0);
+  std::vector<uint16_t> values(size_t{s.width} * s.height);
+  for (uint16_t& v : values) v = static_cast<uint16_t>(random() & ((1u << s.format->bits) - 1));
+  sent.raw = model::Pack(s.format->packing, values);
+  std::vector<uint8_t> words(values.size() * 2);
+  std::memcpy(words.data(), values.data(), words.size());
+  sent.expected = model::LibraryConversion(s, words, s.width * 2);
   return sent;
-}
-
-// QVI_Convert of `sent`, as the pipeline was set up to convert it.
-std::vector<uint8_t> Expected(const PipelineSettings& s, Sent& sent) {
-  if (s.to == s.format->format) return {sent.pixels.begin(), sent.pixels.end() - 16};
-  const uint32_t line = *LineBytes(FormatOf(s.to), s.width);
-  std::vector<uint8_t> out(size_t{line} * s.height, 0);
-  const test::QvbBuffer src(sent.pixels.data(), s.format->format, s.width, s.height, sent.stride);
-  const test::QvbBuffer dst(out.data(), s.to, s.width, s.height, line);
-  src.Set(BUF_PARAM_DEMOSAIC_METHOD, s.method);
-  src.Set(BUF_PARAM_BAYER_PHASE, s.format->phase.value_or(0));
-  EXPECT_EQ(QVI_Convert(src.handle(), dst.handle()), STATUS_OK);
-  return out;
-}
-
-// The converted image, line by line without padding.
-std::vector<uint8_t> Lines(const Converted& c, uint32_t line_bytes) {
-  std::vector<uint8_t> out;
-  for (uint32_t y = 0; y < c.height; ++y) out.insert(out.end(), c.pixels + y * c.stride, c.pixels + y * c.stride + line_bytes);
-  return out;
 }
 
 TEST(Pipeline, ConvertsEveryFrameAsTheLibraryDoes) {
@@ -108,19 +83,14 @@ TEST(Pipeline, ConvertsEveryFrameAsTheLibraryDoes) {
     PipelineSettings s = Settings(c.format, c.width, c.height, c.to, c.workers);
     s.method = c.method;
     std::vector<Sent> sent;
-    std::vector<std::vector<uint8_t>> expected;
-    for (uint32_t i = 0; i < kFrames; ++i) {
-      sent.push_back(MakeFrame(s, i));
-      expected.push_back(Expected(s, sent.back()));
-    }
-    const uint32_t line = *LineBytes(FormatOf(c.to), c.width);
+    for (uint32_t i = 0; i < kFrames; ++i) sent.push_back(MakeFrame(s, i));
     std::mutex mutex;
     std::vector<std::vector<uint8_t>> got(kFrames);
     std::multiset<uint64_t> sequences;
     Pipeline pipeline(s, [&](const Converted& frame) {
       std::lock_guard lock(mutex);
       sequences.insert(frame.sequence);
-      if (frame.sequence < kFrames && frame.raw.camera_id == frame.sequence) got[frame.sequence] = Lines(frame, line);
+      if (frame.sequence < kFrames && frame.raw.camera_id == frame.sequence) got[frame.sequence] = model::Lines(frame);
     });
     for (uint32_t i = 0; i < kFrames; ++i) {
       Frame* f = pipeline.WaitFree();
@@ -130,7 +100,7 @@ TEST(Pipeline, ConvertsEveryFrameAsTheLibraryDoes) {
       pipeline.Submit(*f);
     }
     pipeline.Finish();
-    for (uint32_t i = 0; i < kFrames; ++i) EXPECT_EQ(got[i], expected[i]) << "frame " << i;
+    for (uint32_t i = 0; i < kFrames; ++i) EXPECT_EQ(got[i], sent[i].expected) << "frame " << i;
     std::multiset<uint64_t> all;
     for (uint64_t i = 0; i < kFrames; ++i) all.insert(i);
     EXPECT_EQ(sequences, all);
@@ -141,41 +111,19 @@ TEST(Pipeline, ConvertsEveryFrameAsTheLibraryDoes) {
   }
 }
 
-// A sink that holds every worker until released.
-class Gate {
- public:
-  void Wait() {
-    std::unique_lock lock(mutex_);
-    ++waiting_;
-    changed_.notify_all();
-    changed_.wait(lock, [&] { return open_; });
-  }
-  void WaitForWaiting(unsigned n) {
-    std::unique_lock lock(mutex_);
-    changed_.wait(lock, [&] { return waiting_ >= n; });
-  }
-  void Open() {
-    std::lock_guard lock(mutex_);
-    open_ = true;
-    changed_.notify_all();
-  }
-
- private:
-  std::mutex mutex_;
-  std::condition_variable changed_;
-  unsigned waiting_ = 0;
-  bool open_ = false;
-};
-
 TEST(Pipeline, AFullRingDropsAndCountsInsteadOfQueueing) {
   for (unsigned workers : {1u, 2u}) {
     PipelineSettings s = Settings("BayerRG8", 8, 4, FMT_BGR24, workers);
     s.frames = 5;
-    Gate gate;
-    Pipeline pipeline(s, [&](const Converted&) { gate.Wait(); });
+    std::counting_semaphore<64> entered(0);  // a worker is in the sink, which holds it until `open`
+    std::latch open(1);
+    Pipeline pipeline(s, [&](const Converted&) {
+      entered.release();
+      open.wait();
+    });
     uint64_t submitted = 0, dropped = 0, rejected = 0;
     for (int i = 0; i < 40; ++i) {
-      if (i == 1) gate.WaitForWaiting(1);  // a worker holds frame 0
+      if (i == 1) entered.acquire();  // a worker holds frame 0
       Frame* f = pipeline.TakeFree();
       if (!f) {
         pipeline.CountDropped();
@@ -189,7 +137,7 @@ TEST(Pipeline, AFullRingDropsAndCountsInsteadOfQueueing) {
       }
     }
     EXPECT_EQ(submitted, 5u) << "only the ring's frames are taken while the sink holds them";
-    gate.Open();
+    open.count_down();
     pipeline.Finish();
     const PipelineStats stats = pipeline.Stats();
     EXPECT_EQ(stats.received, 40u);
@@ -226,10 +174,6 @@ TEST(Pipeline, AFailingSinkStopsThePipelineAndReachesTheOwner) {
 }
 
 TEST(Pipeline, RefusesWhatTheLibraryCannotServe) {
-  struct Case {
-    PipelineSettings settings;
-    std::string message;
-  };
   PipelineSettings no_route = Settings("RGB8", 4, 2, FMT_BGR24, 1);
   PipelineSettings bad_method = Settings("BayerRG8", 4, 2, FMT_RGBX32, 1);
   bad_method.method = DEMOSAIC_METHOD_AVE;  // into RGBX32: dup only
@@ -237,37 +181,36 @@ TEST(Pipeline, RefusesWhatTheLibraryCannotServe) {
   short_frames.raw_bytes -= 1;
   PipelineSettings short_stride = Settings("Mono16", 5, 3, FMT_Y8, 1);
   short_stride.raw_stride = 9;
-  const Case cases[] = {
+  const std::pair<PipelineSettings, std::string> cases[] = {
       {no_route, "into BGR24 failed: STATUS_BAD_PARAMETER"},
       {bad_method, "into RGBX32 failed: STATUS_BAD_BAYER_MODE"},
       {short_frames, "frames of 22 bytes cannot hold 5 x 3 BayerRG12p pixels (23 bytes)"},
       {short_stride, "the stride 9 is shorter than a line of 10 bytes"},
   };
-  for (const Case& c : cases) {
+  for (const auto& [settings, message] : cases) {
     try {
-      Pipeline pipeline(c.settings);
-      ADD_FAILURE() << "accepted: " << c.message;
+      Pipeline pipeline(settings);
+      ADD_FAILURE() << "accepted: " << message;
     } catch (const std::exception& e) {
-      EXPECT_NE(std::string(e.what()).find(c.message), std::string::npos) << e.what();
+      EXPECT_NE(std::string(e.what()).find(message), std::string::npos) << e.what();
     }
   }
 }
 
 TEST(ConversionTimes, PercentilesWithinOnePercent) {
-  struct Case {
-    std::vector<double> samples;
-    double p50, p99;
-  };
   std::vector<double> ramp;
   for (int i = 1; i <= 1000; ++i) ramp.push_back(i * 0.01);  // 0.01 .. 10 ms
-  const Case cases[] = {
+  const struct {
+    std::vector<double> samples;
+    double p50, p99;
+  } cases[] = {
       {{}, 0, 0},
       {{3.25}, 3.25, 3.25},
       {{8, 1}, 1, 8},
       {ramp, 5.0, 9.9},
       {{0.002, 0.003, 5000}, 0.003, 5000},
   };
-  for (const Case& c : cases) {
+  for (const auto& c : cases) {
     ConversionTimes times;
     for (double ms : c.samples) times.Add(ms);
     EXPECT_EQ(times.count(), c.samples.size());

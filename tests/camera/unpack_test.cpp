@@ -1,8 +1,6 @@
-// The unpackers on hand-built bytes (each layout of unpack.h, the three
-// 12-bit ones side by side with the library's own Y12P), then on lines and
-// frames packed by the bit-level model, odd widths included, with sources
-// that end at a protected page and destinations whose padding must keep its
-// canary.
+// The unpackers on hand-built bytes (the three 12-bit layouts side by side),
+// then on lines and frames packed by the bit-level model, odd widths
+// included, sources ending at a protected page, destinations kept canaried.
 #include <gtest/gtest.h>
 
 #include <cstring>
@@ -10,7 +8,7 @@
 #include <string>
 #include <vector>
 
-#include "camera/packing_model.h"
+#include "camera/reference.h"
 #include "support/fenced_image.h"
 #include "support/qvb_buffer.h"
 #include "unpack.h"
@@ -22,14 +20,8 @@ constexpr uint8_t kCanary = 0xA5;
 constexpr Packing kPackings[] = {Packing::kLsb10, Packing::kLsb12, Packing::kGrouped10, Packing::kGrouped12};
 
 std::string Name(Packing p) {
-  switch (p) {
-    case Packing::kLsb10: return "10p";
-    case Packing::kLsb12: return "12p";
-    case Packing::kGrouped10: return "10Packed";
-    case Packing::kGrouped12: return "12Packed";
-    case Packing::kNone: break;
-  }
-  return "none";
+  return p == Packing::kLsb10 ? "10p" : p == Packing::kLsb12 ? "12p" : p == Packing::kGrouped10 ? "10Packed"
+                                                                                                  : "12Packed";
 }
 
 std::vector<uint16_t> Words(const uint8_t* bytes, size_t count) {
@@ -38,13 +30,19 @@ std::vector<uint16_t> Words(const uint8_t* bytes, size_t count) {
   return words;
 }
 
+std::vector<uint16_t> RandomValues(std::mt19937& random, Packing packing, size_t count) {
+  const uint32_t max = (1u << model::SampleBits(packing)) - 1;
+  std::vector<uint16_t> values(count);
+  for (uint16_t& v : values) v = static_cast<uint16_t>(random() % 4 == 0 ? max : random() & max);
+  return values;
+}
+
 TEST(Unpack, HandBuiltLines) {
-  struct Case {
+  const struct {
     Packing packing;
     std::vector<uint8_t> bytes;
     std::vector<uint16_t> pixels;
-  };
-  const Case cases[] = {
+  } cases[] = {
       // The same three bytes in the two camera layouts of 12 bits.
       {Packing::kLsb12, {0x12, 0x34, 0x56}, {0x412, 0x563}},
       {Packing::kGrouped12, {0x12, 0x34, 0x56}, {0x124, 0x563}},
@@ -59,7 +57,7 @@ TEST(Unpack, HandBuiltLines) {
       {Packing::kGrouped10, {0x00, 0xCC, 0x00}, {0x000, 0x000}},
       {Packing::kGrouped10, {0x80, 0xFE}, {0x202}},
   };
-  for (const Case& c : cases) {
+  for (const auto& c : cases) {
     SCOPED_TRACE(Name(c.packing) + ", " + std::to_string(c.pixels.size()) + " pixels");
     ASSERT_EQ(PackedLineBytes(c.packing, c.pixels.size()), c.bytes.size());
     std::vector<uint8_t> out(c.pixels.size() * 2 + 2, kCanary);
@@ -81,26 +79,23 @@ TEST(Unpack, LibraryY12PIsAThirdLayout) {
   EXPECT_EQ(std::vector<uint8_t>(bgr, bgr + 6), (std::vector<uint8_t>{0x12, 0x12, 0x12, 0x45, 0x45, 0x45}));
 }
 
+// Lines at a padded stride, the last one ending at a protected page.
 TEST(Unpack, LinesPackedByTheModel) {
   std::mt19937 random(7);
-  for (const Packing packing : kPackings) {
-    const uint32_t max = (1u << model::SampleBits(packing)) - 1;
-    for (uint32_t width : {1u, 2u, 3u, 4u, 5u, 6u, 7u, 9u, 17u, 64u}) {
+  for (const Packing packing : kPackings)
+    for (uint32_t width : {1u, 2u, 3u, 4u, 5u, 6u, 7u, 9u, 17u, 64u})
       for (uint32_t padding : {0u, 1u, 3u}) {
         SCOPED_TRACE(Name(packing) + ", width " + std::to_string(width) + ", padding " + std::to_string(padding));
         const uint32_t height = 3;
         const uint64_t line = PackedLineBytes(packing, width);
         const size_t stride = line + padding, dst_stride = width * 2 + 4;
-        // The last line's last byte is the last byte before a protected page.
         test::FencedMemory src(stride * (height - 1) + line, test::Fence::AfterEnd, 0);
         std::vector<std::vector<uint16_t>> lines;
         for (uint32_t y = 0; y < height; ++y) {
-          std::vector<uint16_t> values(width);
-          for (uint16_t& v : values) v = static_cast<uint16_t>(random() % 4 == 0 ? max : random() & max);
-          const std::vector<uint8_t> bytes = model::Pack(packing, values);
+          lines.push_back(RandomValues(random, packing, width));
+          const std::vector<uint8_t> bytes = model::Pack(packing, lines.back());
           ASSERT_EQ(bytes.size(), line);
           std::memcpy(src.data() + y * stride, bytes.data(), bytes.size());
-          lines.push_back(values);
         }
         std::vector<uint8_t> dst(dst_stride * height, kCanary);
         Unpack(packing, src.data(), stride, width, height, dst.data(), dst_stride);
@@ -109,22 +104,17 @@ TEST(Unpack, LinesPackedByTheModel) {
           for (size_t i = width * 2; i < dst_stride; ++i) ASSERT_EQ(dst[y * dst_stride + i], kCanary);
         }
       }
-    }
-  }
 }
 
 // A camera sends a frame as one stream: with these widths a line starts
-// inside a byte (10p: 2, 4 or 6 bits in; 12p: 4 bits in) or inside a group
-// of two pixels (the Packed layouts).
+// inside a byte (10p, 12p) or inside a group of two pixels (Packed).
 TEST(Unpack, FramesSentAsOneStream) {
   std::mt19937 random(11);
-  for (const Packing packing : kPackings) {
-    const uint32_t max = (1u << model::SampleBits(packing)) - 1;
-    for (uint32_t width : {1u, 2u, 3u, 5u, 6u, 7u, 8u}) {
+  for (const Packing packing : kPackings)
+    for (uint32_t width : {1u, 2u, 3u, 5u, 6u, 7u, 8u})
       for (uint32_t height : {1u, 2u, 3u, 5u}) {
         SCOPED_TRACE(Name(packing) + ", " + std::to_string(width) + " x " + std::to_string(height));
-        std::vector<uint16_t> values(size_t{width} * height);
-        for (uint16_t& v : values) v = static_cast<uint16_t>(random() & max);
+        const std::vector<uint16_t> values = RandomValues(random, packing, size_t{width} * height);
         const std::vector<uint8_t> bytes = model::Pack(packing, values);
         test::FencedMemory src(bytes.size(), test::Fence::AfterEnd, 0);
         std::memcpy(src.data(), bytes.data(), bytes.size());
@@ -138,8 +128,6 @@ TEST(Unpack, FramesSentAsOneStream) {
           EXPECT_EQ(dst[y * dst_stride + width * 2 + 1], kCanary);
         }
       }
-    }
-  }
 }
 
 }  // namespace
