@@ -1,8 +1,6 @@
-// The plugin's three elements in a GstHarness, fed frames whose memory ends
-// at a page the process may not touch (a read past the frame faults), and
-// checked against the library run on the same bytes: every Bayer format and
-// method, the caps each side offers, accepts and refuses, odd sizes and
-// padded strides.
+// The plugin's three elements in a GstHarness, fed frames that end at a
+// protected page, against the library on the same bytes: every Bayer format
+// and method, the caps offered, accepted and refused, odd sizes and strides.
 #include <gst/check/gstharness.h>
 #include <gst/video/video.h>
 #include <gtest/gtest.h>
@@ -46,10 +44,10 @@ void AddStride(GstBuffer* buffer, GstVideoFormat format, int width, int height, 
 
 // QVI_Convert or QVI_FieldToFrame on `in` (which holds anything the call
 // reads past the frame), into a destination that starts as 0xFF like the
-// elements' fresh output memory.
+// elements' fresh output memory; the call must succeed unless `status` is given.
 Bytes Library(Bytes in, uint32_t w, uint32_t h, uint32_t stride, ImageFormat from, ImageFormat to,
               uint32_t out_stride, uint32_t out_lines, DemosaicMethod method = 0, BayerPhase phase = 0,
-              int field_method = -1, FieldParity parity = 0) {
+              int field_method = -1, FieldParity parity = 0, Status* status = nullptr) {
   Bytes out(size_t{out_stride} * out_lines, 0xFF);
   BufferHandle src = 0, dst = 0;
   QVB_BufferCreate(in.data(), w, h, stride, from, &src);
@@ -57,10 +55,18 @@ Bytes Library(Bytes in, uint32_t w, uint32_t h, uint32_t stride, ImageFormat fro
   QVB_BufferParameterSet(src, BUF_PARAM_DEMOSAIC_METHOD, method);
   QVB_BufferParameterSet(src, BUF_PARAM_BAYER_PHASE, phase);
   const Status s = field_method < 0 ? QVI_Convert(src, dst) : QVI_FieldToFrame(src, dst, field_method, parity);
-  EXPECT_EQ(s, STATUS_OK);
+  if (status != nullptr) *status = s;
+  EXPECT_TRUE(status != nullptr || s == STATUS_OK) << s;
   QVB_BufferDestroy(src);
   QVB_BufferDestroy(dst);
   return out;
+}
+
+// QVI_Convert's answer on a 2 x 2 image.
+Status LibraryAnswer(ImageFormat from, ImageFormat to, DemosaicMethod method = 0, BayerPhase phase = 0) {
+  Status status = STATUS_OK;
+  Library(Bytes(64, 0), 2, 2, 16, from, to, 16, 2, method, phase, -1, 0, &status);
+  return status;
 }
 
 std::string Caps(const char* media, const std::string& format, uint32_t w, uint32_t h) {
@@ -68,55 +74,66 @@ std::string Caps(const char* media, const std::string& format, uint32_t w, uint3
          ",framerate=0/1";
 }
 
+struct Out {
+  GstFlowReturn flow;
+  Bytes bytes;
+  gint stride = 0;
+};
+
+// An element in a GstHarness, its properties set, negotiating `in` to `out`.
 class Harness {
  public:
-  explicit Harness(const char* element) : h_(gst_harness_new(element)) {}
+  Harness(const char* element, const std::string& in, const std::string& out,
+          std::initializer_list<std::pair<const char*, const char*>> properties = {}, bool video_meta = false)
+      : h_(gst_harness_new(element)), out_caps_(out) {
+    for (auto [property, value] : properties) Set(property, value);
+    if (video_meta) gst_harness_add_propose_allocation_meta(h_, GST_VIDEO_META_API_TYPE, nullptr);
+    gst_harness_set_caps_str(h_, in.c_str(), out.c_str());
+  }
   ~Harness() { gst_harness_teardown(h_); }
   Harness(const Harness&) = delete;
   Harness& operator=(const Harness&) = delete;
 
   void Set(const char* property, const char* value) { gst_util_set_object_arg(G_OBJECT(h_->element), property, value); }
-  void SetCaps(const std::string& in, const std::string& out) { gst_harness_set_caps_str(h_, in.c_str(), out.c_str()); }
-  void TakeVideoMeta() { gst_harness_add_propose_allocation_meta(h_, GST_VIDEO_META_API_TYPE, nullptr); }
   GstFlowReturn Push(GstBuffer* b) { return gst_harness_push(h_, b); }
   GstBuffer* Pull() { return gst_harness_try_pull(h_); }
-  GstHarness* get() { return h_; }
 
-  // Pushes one frame; on success returns the output's bytes and stride.
-  GstFlowReturn Run(GstBuffer* in, const std::string& out_caps, Bytes* bytes, gint* stride) {
-    const GstFlowReturn flow = Push(in);
-    if (flow != GST_FLOW_OK) return flow;
-    GstBuffer* out = Pull();
-    EXPECT_NE(out, nullptr);
-    if (out == nullptr) return GST_FLOW_ERROR;
+  // Pushes one frame; on success, the output's bytes and stride.
+  Out Run(GstBuffer* in) {
+    Out out{Push(in), {}};
+    if (out.flow != GST_FLOW_OK) return out;
+    GstBuffer* buffer = Pull();
+    EXPECT_NE(buffer, nullptr);
+    if (buffer == nullptr) return {GST_FLOW_ERROR, {}};
     GstVideoInfo info;
-    GstCaps* caps = gst_caps_from_string(out_caps.c_str());
+    GstCaps* caps = gst_caps_from_string(out_caps_.c_str());
     gst_video_info_from_caps(&info, caps);
     gst_caps_unref(caps);
-    const GstVideoMeta* meta = gst_buffer_get_video_meta(out);
-    *stride = meta != nullptr ? meta->stride[0] : GST_VIDEO_INFO_PLANE_STRIDE(&info, 0);
-    bytes->resize(gst_buffer_get_size(out));
-    gst_buffer_extract(out, 0, bytes->data(), bytes->size());
-    gst_buffer_unref(out);
-    return flow;
+    const GstVideoMeta* meta = gst_buffer_get_video_meta(buffer);
+    out.stride = meta != nullptr ? meta->stride[0] : GST_VIDEO_INFO_PLANE_STRIDE(&info, 0);
+    out.bytes.resize(gst_buffer_get_size(buffer));
+    gst_buffer_extract(buffer, 0, out.bytes.data(), out.bytes.size());
+    gst_buffer_unref(buffer);
+    return out;
   }
 
  private:
   GstHarness* h_;
+  std::string out_caps_;
 };
 
 // Rows of `line` bytes at two strides are equal; with equal strides the
 // bytes between and after them too.
-void ExpectRows(const Bytes& got, gint got_stride, const Bytes& want, uint32_t want_stride, uint32_t rows,
-                uint32_t line, const std::string& what) {
-  if (static_cast<uint32_t>(got_stride) == want_stride) {
-    ASSERT_GE(got.size(), want.size()) << what;
-    EXPECT_TRUE(std::equal(want.begin(), want.end(), got.begin())) << what;
+void ExpectRows(const Out& got, const Bytes& want, uint32_t want_stride, uint32_t rows, uint32_t line,
+                const std::string& what) {
+  if (static_cast<uint32_t>(got.stride) == want_stride) {
+    ASSERT_GE(got.bytes.size(), want.size()) << what;
+    EXPECT_TRUE(std::equal(want.begin(), want.end(), got.bytes.begin())) << what;
     return;
   }
   for (uint32_t y = 0; y < rows; ++y)
     ASSERT_TRUE(std::equal(want.begin() + y * want_stride, want.begin() + y * want_stride + line,
-                           got.begin() + y * got_stride))
+                           got.bytes.begin() + y * got.stride))
         << what << ", row " << y;
 }
 
@@ -164,18 +181,20 @@ uint32_t DefaultStride(const char* format, uint32_t w, uint32_t h) {
   return static_cast<uint32_t>(GST_VIDEO_INFO_PLANE_STRIDE(&info, 0));
 }
 
-// QVI_Convert's answer on a 2 x 2 image.
-Status LibraryAnswer(ImageFormat from, ImageFormat to, DemosaicMethod method = 0, BayerPhase phase = 0) {
-  Bytes in(64, 0), out(64, 0);
-  BufferHandle s = 0, d = 0;
-  QVB_BufferCreate(in.data(), 2, 2, 16, from, &s);
-  QVB_BufferCreate(out.data(), 2, 2, 16, to, &d);
-  QVB_BufferParameterSet(s, BUF_PARAM_DEMOSAIC_METHOD, method);
-  QVB_BufferParameterSet(s, BUF_PARAM_BAYER_PHASE, phase);
-  const Status status = QVI_Convert(s, d);
-  QVB_BufferDestroy(s);
-  QVB_BufferDestroy(d);
-  return status;
+// qvidemosaic's output for `buffer`, and the library's for the frame `in`
+// (at `stride`, with zeros past it where an odd width reads).
+Out Demosaic(const BayerCase& bayer, const Method& method, const Output& out, uint32_t w, uint32_t h,
+             GstBuffer* buffer) {
+  Harness harness("qvidemosaic", Caps("video/x-bayer", bayer.name, w, h), Caps("video/x-raw", out.name, w, h),
+                  {{"method", method.nick}});
+  return harness.Run(buffer);
+}
+void ExpectLibraryDemosaic(const Out& got, const BayerCase& bayer, const Method& method, const Output& out,
+                           uint32_t w, uint32_t h, Bytes in, uint32_t stride, const std::string& what) {
+  in.resize(size_t{stride} * h + 2 * bayer.sample_bytes, 0);
+  const uint32_t out_stride = DefaultStride(out.name, w, h);
+  ExpectRows(got, Library(in, w, h, stride, bayer.code, out.code, out_stride, h, method.code, bayer.phase),
+             out_stride, h, w * out.pixel_bytes, what);
 }
 
 class DemosaicFormat : public testing::TestWithParam<BayerCase> {};
@@ -192,24 +211,14 @@ TEST_P(DemosaicFormat, MatchesLibraryOrIsRefused) {
         const std::string what = bayer.name + " " + method.nick + " -> " + out.name + " " +
                                  std::to_string(w) + "x" + std::to_string(h);
         const uint32_t stride = w * bayer.sample_bytes;
-        Bytes in = Random(size_t{stride} * h, w * 131 + h);
-        Harness harness("qvidemosaic");
-        harness.Set("method", method.nick);
-        const std::string out_caps = Caps("video/x-raw", out.name, w, h);
-        harness.SetCaps(Caps("video/x-bayer", bayer.name, w, h), out_caps);
-        Bytes got;
-        gint got_stride = 0;
-        const GstFlowReturn flow = harness.Run(FencedBuffer(in), out_caps, &got, &got_stride);
+        const Bytes in = Random(size_t{stride} * h, w * 131 + h);
+        const Out got = Demosaic(bayer, method, out, w, h, FencedBuffer(in));
         if (LibraryAnswer(bayer.code, out.code, method.code, bayer.phase) != STATUS_OK) {
-          EXPECT_EQ(flow, GST_FLOW_NOT_NEGOTIATED) << what;
+          EXPECT_EQ(got.flow, GST_FLOW_NOT_NEGOTIATED) << what;
           continue;
         }
-        ASSERT_EQ(flow, GST_FLOW_OK) << what;
-        in.resize(in.size() + 2 * bayer.sample_bytes, 0);  // what lies past the frame reads as zeros
-        const uint32_t out_stride = DefaultStride(out.name, w, h);
-        ExpectRows(got, got_stride,
-                   Library(in, w, h, stride, bayer.code, out.code, out_stride, h, method.code, bayer.phase),
-                   out_stride, h, w * out.pixel_bytes, what);
+        ASSERT_EQ(got.flow, GST_FLOW_OK) << what;
+        ExpectLibraryDemosaic(got, bayer, method, out, w, h, in, stride, what);
       }
 }
 
@@ -237,31 +246,20 @@ TEST(Demosaic, InputLayouts) {
           } else if (layout == Layout::Rounded) {
             stride = (line + 3) & ~3u, size = size_t{stride} * h;
           }
-          Bytes bytes = Random(size, 7);
-          GstBuffer* buffer = nullptr;
-          if (layout == Layout::ZeroPadded) {
+          const Bytes bytes = Random(size, 7);
+          GstBuffer* buffer = layout == Layout::ZeroPadded ? nullptr : FencedBuffer(bytes);
+          if (buffer == nullptr) {
             GstAllocationParams params = {GST_MEMORY_FLAG_ZERO_PADDED, 0, 0, 4, {}};
             buffer = gst_buffer_new_allocate(nullptr, size, &params);
             gst_buffer_fill(buffer, 0, bytes.data(), size);
-          } else {
-            buffer = FencedBuffer(bytes);
           }
           if (offset != 0)
             AddStride(buffer, sb == 1 ? GST_VIDEO_FORMAT_GRAY8 : GST_VIDEO_FORMAT_GRAY16_LE, w, h, offset,
                       static_cast<int>(stride));
-          Harness harness("qvidemosaic");
-          harness.Set("method", method.nick);
-          const std::string out_caps = Caps("video/x-raw", out.name, w, h);
-          harness.SetCaps(Caps("video/x-bayer", bayer->name, w, h), out_caps);
-          Bytes got;
-          gint got_stride = 0;
-          ASSERT_EQ(harness.Run(buffer, out_caps, &got, &got_stride), GST_FLOW_OK) << what;
-          Bytes in(bytes.begin() + offset, bytes.end());
-          in.resize(size_t{stride} * h + 2 * sb, 0);
-          const uint32_t out_stride = DefaultStride(out.name, w, h);
-          ExpectRows(got, got_stride,
-                     Library(in, w, h, stride, bayer->code, out.code, out_stride, h, method.code, bayer->phase),
-                     out_stride, h, w * out.pixel_bytes, what);
+          const Out got = Demosaic(*bayer, method, out, w, h, buffer);
+          ASSERT_EQ(got.flow, GST_FLOW_OK) << what;
+          ExpectLibraryDemosaic(got, *bayer, method, out, w, h, Bytes(bytes.begin() + offset, bytes.end()), stride,
+                                what);
         }
 }
 
@@ -318,39 +316,30 @@ TEST(Demosaic, OffersWhatTheMethodProduces) {
 // negotiated format stops the stream until the method is set back.
 TEST(Demosaic, MethodChangeRenegotiates) {
   const uint32_t w = 8, h = 4;
-  Harness harness("qvidemosaic");
-  harness.Set("method", "dup");
-  const std::string out_caps = Caps("video/x-raw", "RGBx", w, h);
-  harness.SetCaps(Caps("video/x-bayer", "rggb", w, h), out_caps);
   const Bytes in = Random(w * h, 3);
-  Bytes got;
-  gint stride = 0;
-  EXPECT_EQ(harness.Run(FencedBuffer(in), out_caps, &got, &stride), GST_FLOW_OK);
-  harness.Set("method", "ave");
-  EXPECT_EQ(harness.Run(FencedBuffer(in), out_caps, &got, &stride), GST_FLOW_NOT_NEGOTIATED);
-  harness.Set("method", "dup");
-  EXPECT_EQ(harness.Run(FencedBuffer(in), out_caps, &got, &stride), GST_FLOW_OK);
-
-  Harness bgrx("qvidemosaic");
-  const std::string bgrx_caps = Caps("video/x-raw", "BGRx", w, h);
-  bgrx.SetCaps(Caps("video/x-bayer", "rggb", w, h), bgrx_caps);
+  Harness bgrx("qvidemosaic", Caps("video/x-bayer", "rggb", w, h), Caps("video/x-raw", "BGRx", w, h));
   for (const Method& method : kMethods) {
     bgrx.Set("method", method.nick);
-    ASSERT_EQ(bgrx.Run(FencedBuffer(in), bgrx_caps, &got, &stride), GST_FLOW_OK);
-    ExpectRows(got, stride, Library(in, w, h, w, FMT_BAY8, FMT_BGRX32, 4 * w, h, method.code, BAYER_PHASE_A),
-               4 * w, h, 4 * w, method.nick);
+    const Out got = bgrx.Run(FencedBuffer(in));
+    ASSERT_EQ(got.flow, GST_FLOW_OK);
+    ExpectLibraryDemosaic(got, kBayer[0], method, kColour[0], w, h, in, w, method.nick);
   }
+  Harness rgbx("qvidemosaic", Caps("video/x-bayer", "rggb", w, h), Caps("video/x-raw", "RGBx", w, h),
+               {{"method", "dup"}});
+  EXPECT_EQ(rgbx.Run(FencedBuffer(in)).flow, GST_FLOW_OK);
+  rgbx.Set("method", "ave");
+  EXPECT_EQ(rgbx.Run(FencedBuffer(in)).flow, GST_FLOW_NOT_NEGOTIATED);
+  rgbx.Set("method", "dup");
+  EXPECT_EQ(rgbx.Run(FencedBuffer(in)).flow, GST_FLOW_OK);
 }
 
 // Once an output buffer has been written, the element leaves its line
 // padding and X bytes alone: a canary written into a recycled buffer stays.
 TEST(Demosaic, RecycledOutputKeepsPaddingAndXBytes) {
   const uint32_t w = 7, h = 3;
+  const Bytes in = Random(size_t{w} * h, 5);
   for (const Output& out : {kColour[0], kColour[1]}) {
-    Harness harness("qvidemosaic");
-    const std::string out_caps = Caps("video/x-raw", out.name, w, h);
-    harness.SetCaps(Caps("video/x-bayer", "rggb", w, h), out_caps);
-    const Bytes in = Random(size_t{w} * h, 5);
+    Harness harness("qvidemosaic", Caps("video/x-bayer", "rggb", w, h), Caps("video/x-raw", out.name, w, h));
     ASSERT_EQ(harness.Push(FencedBuffer(in)), GST_FLOW_OK);
     GstBuffer* first = harness.Pull();
     ASSERT_NE(first, nullptr);
@@ -371,9 +360,9 @@ TEST(Demosaic, RecycledOutputKeepsPaddingAndXBytes) {
     gst_buffer_unref(second);
     if (!recycled) GTEST_SKIP() << "the output pool handed out a new buffer";
     const uint32_t stride = DefaultStride(out.name, w, h);
-    Bytes in_padded = in;
-    in_padded.resize(in.size() + 2, 0);
-    Bytes want = Library(in_padded, w, h, w, FMT_BAY8, out.code, stride, h, DEMOSAIC_METHOD_AVE, BAYER_PHASE_A);
+    Bytes padded = in;
+    padded.resize(in.size() + 2, 0);
+    const Bytes want = Library(padded, w, h, w, FMT_BAY8, out.code, stride, h, DEMOSAIC_METHOD_AVE, BAYER_PHASE_A);
     Bytes canary(want.size(), 0xA5);
     for (uint32_t y = 0; y < h; ++y)
       for (uint32_t x = 0; x < w; ++x)
@@ -427,20 +416,16 @@ TEST_P(ConvertFrom, MatchesLibraryOrIsRefused) {
       const Bytes bytes = Random(padded ? size_t{stride} * (h - 1) + line : size_t{stride} * h, w + h);
       GstBuffer* buffer = FencedBuffer(bytes);
       if (padded) AddStride(buffer, gst_video_format_from_string(in.name), w, h, 0, static_cast<int>(stride));
-      Harness harness("qviconvert");
-      const std::string out_caps = Caps("video/x-raw", out.name, w, h);
-      harness.SetCaps(Caps("video/x-raw", in.name, w, h), out_caps);
-      Bytes got;
-      gint got_stride = 0;
-      const GstFlowReturn flow = harness.Run(buffer, out_caps, &got, &got_stride);
+      Harness harness("qviconvert", Caps("video/x-raw", in.name, w, h), Caps("video/x-raw", out.name, w, h));
+      const Out got = harness.Run(buffer);
       const ImageFormat target = ConvertTarget(in, out);
       if (target == 0 || (in.code == FMT_YUV422 && w % 2 == 1)) {
-        EXPECT_EQ(flow, GST_FLOW_NOT_NEGOTIATED) << what;
+        EXPECT_EQ(got.flow, GST_FLOW_NOT_NEGOTIATED) << what;
         continue;
       }
-      ASSERT_EQ(flow, GST_FLOW_OK) << what;
+      ASSERT_EQ(got.flow, GST_FLOW_OK) << what;
       const uint32_t out_stride = DefaultStride(out.name, w, h);
-      ExpectRows(got, got_stride, Library(bytes, w, h, stride, in.code, target, out_stride, h), out_stride, h,
+      ExpectRows(got, Library(bytes, w, h, stride, in.code, target, out_stride, h), out_stride, h,
                  w * out.pixel_bytes, what);
     }
 }
@@ -471,17 +456,14 @@ TEST(Convert, ColoursKeepTheirNames) {
       const uint32_t stride = DefaultStride(src.name, w, h);
       Bytes bytes(size_t{stride} * h, 0);
       for (uint32_t y = 0; y < h; ++y) std::copy(src.pixel_pair.begin(), src.pixel_pair.end(), &bytes[y * stride]);
-      Harness harness("qviconvert");
-      const std::string out_caps = Caps("video/x-raw", out.name, w, h);
-      harness.SetCaps(Caps("video/x-raw", src.name, w, h), out_caps);
-      Bytes got;
-      gint got_stride = 0;
-      if (harness.Run(FencedBuffer(bytes), out_caps, &got, &got_stride) != GST_FLOW_OK) continue;
+      Harness harness("qviconvert", Caps("video/x-raw", src.name, w, h), Caps("video/x-raw", out.name, w, h));
+      Out got = harness.Run(FencedBuffer(bytes));
+      if (got.flow != GST_FLOW_OK) continue;
       // Unpack pixel 1 of row 1 into ARGB or AYUV, 8 or 16 bits a channel.
       const GstVideoFormatInfo* info = gst_video_format_get_info(gst_video_format_from_string(out.name));
       uint16_t unpacked[2 * 4] = {};
-      gpointer data[GST_VIDEO_MAX_PLANES] = {got.data()};
-      gint strides[GST_VIDEO_MAX_PLANES] = {got_stride};
+      gpointer data[GST_VIDEO_MAX_PLANES] = {got.bytes.data()};
+      gint strides[GST_VIDEO_MAX_PLANES] = {got.stride};
       info->unpack_func(info, GST_VIDEO_PACK_FLAG_NONE, unpacked, data, strides, 0, 1, 2);
       const bool deep = GST_VIDEO_FORMAT_INFO_DEPTH(gst_video_format_get_info(info->unpack_format), 0) == 16;
       auto channel = [&](int c) {
@@ -539,28 +521,23 @@ TEST_P(DeinterlaceFormat, MatchesLibraryOrIsRefused) {
         const Bytes bytes = Random(layout == 0 ? size_t{stride} * h : size_t{stride} * (h - 1) + line, 11);
         GstBuffer* buffer = FencedBuffer(bytes);
         if (layout != 0) AddStride(buffer, gst_video_format_from_string(format.name), w, h, 0, static_cast<int>(stride));
-        Harness harness("qvideinterlace");
-        harness.Set("method", method.nick);
-        harness.Set("parity", parity);
-        if (layout == 1) harness.TakeVideoMeta();
-        const std::string out_caps = Caps("video/x-raw", format.name, w, 2 * h);
-        harness.SetCaps(Caps("video/x-raw", format.name, w, h), out_caps);
-        Bytes got;
-        gint got_stride = 0;
-        const GstFlowReturn flow = harness.Run(buffer, out_caps, &got, &got_stride);
+        Harness harness("qvideinterlace", Caps("video/x-raw", format.name, w, h),
+                        Caps("video/x-raw", format.name, w, 2 * h), {{"method", method.nick}, {"parity", parity}},
+                        layout == 1);
+        const Out got = harness.Run(buffer);
         if (!FieldTakes(method, format)) {
-          EXPECT_EQ(flow, GST_FLOW_NOT_NEGOTIATED) << what;
+          EXPECT_EQ(got.flow, GST_FLOW_NOT_NEGOTIATED) << what;
           continue;
         }
-        ASSERT_EQ(flow, GST_FLOW_OK) << what;
-        EXPECT_EQ(static_cast<uint32_t>(got_stride), layout == 2 ? DefaultStride(format.name, w, 2 * h) : stride)
+        ASSERT_EQ(got.flow, GST_FLOW_OK) << what;
+        EXPECT_EQ(static_cast<uint32_t>(got.stride), layout == 2 ? DefaultStride(format.name, w, 2 * h) : stride)
             << what;
         Bytes field = bytes;
         field.resize(size_t{stride} * h, 0);
-        ExpectRows(got, got_stride,
+        const FieldParity field_parity = std::strcmp(parity, "odd") == 0 ? FIELD_PARITY_ODD : FIELD_PARITY_EVEN;
+        ExpectRows(got,
                    Library(field, w, h, stride, format.code, format.code, stride, 2 * h, 0, 0,
-                           static_cast<int>(method.code), std::strcmp(parity, "odd") == 0 ? FIELD_PARITY_ODD
-                                                                                          : FIELD_PARITY_EVEN),
+                           static_cast<int>(method.code), field_parity),
                    stride, 2 * h, line, what);
       }
 }

@@ -1,13 +1,11 @@
-// A live pipeline: Aravis's fake GigE camera, aravissrc and qvidemosaic, each
-// frame compared with the library's demosaic of the same camera bytes.  The
-// frames are 511 x 301 grbg (an odd width, whose demosaic reads past each
-// line) demosaiced with the median into BGR.
+// A live pipeline: Aravis's fake GigE camera, aravissrc and qvidemosaic
+// (511 x 301 grbg, an odd width, median into BGR), each frame compared with
+// the library's demosaic of the same camera bytes.
 //
-// Camera discovery and the fake camera broadcast on every interface, so this
+// Discovery and the fake camera broadcast on every interface, so this
 // program runs ONLY inside a private network namespace that holds nothing
-// but loopback: CTest starts it through scripts/netns.sh, and it refuses to
-// run where any other interface exists.  It starts the camera itself and
-// stops it before it exits.
+// but loopback (CTest starts it through scripts/netns.sh; it refuses to run
+// where another interface exists).  It starts the camera and stops it.
 //
 //   qvi_gst_live_camera FAKE_CAMERA_PROGRAM PLUGIN_FILE...
 #include <gst/gst.h>
@@ -26,14 +24,11 @@
 #include "qvb.h"
 #include "qvi.h"
 
-
-// Under AddressSanitizer: GLib keeps a block it allocates while it loads
-// for the life of the process, which the leak check would count; full stack
-// unwinding lets the suppression see where it comes from.
+// Under AddressSanitizer: a block GLib keeps for the life of the process is
+// no leak (full unwinding lets the suppression see it).  Under
+// ThreadSanitizer: Aravis's and GLib's own threads are not ours to check.
 extern "C" const char* __lsan_default_suppressions() { return "leak:libglib-2.0.so\n"; }
 extern "C" const char* __asan_default_options() { return "fast_unwind_on_malloc=0"; }
-// Under ThreadSanitizer: Aravis's and GLib's own threads are not
-// instrumented; what they do among themselves is not ours to check.
 extern "C" const char* __tsan_default_options() { return "ignore_noninstrumented_modules=1"; }
 extern "C" const char* __tsan_default_suppressions() {
   return "called_from_lib:libaravis-0.8.so.0\nrace:libaravis-0.8.so.0\nrace:libglib-2.0.so.0\n";
@@ -111,9 +106,8 @@ bool Run(Frames* frames, std::string* error) {
   return ok;
 }
 
-// The element's frame equals the library's demosaic of the camera's bytes
-// (with zeros past the last one, where the odd width reads).  The camera
-// sends whole lines: its stride is the buffer's size over the height.
+// The element's frame is the library's demosaic of the camera's bytes (whole
+// lines, with zeros after the last where the odd width reads).
 bool Matches(GstBuffer* in, GstBuffer* out) {
   GstVideoInfo info;
   gst_video_info_set_format(&info, GST_VIDEO_FORMAT_BGR, kWidth, kHeight);
@@ -167,19 +161,19 @@ int main(int argc, char** argv) {
   }
 
   const pid_t camera = StartCamera(argv[1]);
-  if (camera < 0) {
-    std::fprintf(stderr, "cannot start %s\n", argv[1]);
-    return 1;
-  }
+  if (camera < 0) return std::fprintf(stderr, "cannot start %s\n", argv[1]), 1;
   // The camera answers discovery once it is up: try a few times.
   Frames frames;
   std::string error;
   bool ran = false;
-  for (int attempt = 0; attempt < 10 && !ran; ++attempt) {
-    g_usleep(G_USEC_PER_SEC / 2);
+  const auto release = [&] {
     for (GstBuffer* b : frames.in) gst_buffer_unref(b);
     for (GstBuffer* b : frames.out) gst_buffer_unref(b);
     frames = Frames();
+  };
+  for (int attempt = 0; attempt < 10 && !ran; ++attempt) {
+    g_usleep(G_USEC_PER_SEC / 2);
+    release();
     ran = Run(&frames, &error);
   }
   kill(camera, SIGTERM);
@@ -199,8 +193,7 @@ int main(int argc, char** argv) {
       failed = 1;
     }
   if (!failed) std::printf("%u live %ux%u frames demosaiced as the library does\n", kFrames, kWidth, kHeight);
-  for (GstBuffer* b : frames.in) gst_buffer_unref(b);
-  for (GstBuffer* b : frames.out) gst_buffer_unref(b);
+  release();
   gst_deinit();
   return failed;
 }
