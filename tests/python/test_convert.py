@@ -34,16 +34,13 @@ def test_conversion_equals_the_library(pair, height, width, library, rng):
         np.testing.assert_array_equal(got, expected, err_msg=f"{method} {phase}")
 
 
-TOOL_CASES = [
-    # from, to, method, phase, width, height
+TOOL_CASES = [  # from, to, method, phase, width, height
     ("BAY12", "BGR24", "med", "A", 9, 6),
     ("BAY8", "BGRX32", "ave", "C", 7, 5),
-    ("BAY16", "RGB16", "med", "C", 7, 4),
     ("BAY10", "RGBX32", "dup", "D", 8, 3),
     ("Y12P", "RGB24", None, None, 10, 3),
     ("YUV422", "XRGB32", None, None, 6, 4),
     ("RGB30", "RGB48", None, None, 5, 4),
-    ("Y14", "BGR30", None, None, 5, 3),
 ]
 
 
@@ -55,9 +52,7 @@ def test_conversion_equals_the_tool(case, tmp_path, rng):
     src.tofile(tmp_path / "in.raw")
     command = [os.environ["QVI_TOOL"], "convert", str(tmp_path / "in.raw"), "--width", str(width),
                "--height", str(height), "--format", from_format, "--to", to_format, "-o", str(tmp_path / "out.raw")]
-    if method:
-        command += ["--method", method, "--phase", phase]
-    subprocess.run(command, check=True, capture_output=True)
+    subprocess.run(command + (["--method", method, "--phase", phase] if method else []), check=True, capture_output=True)
     info = FORMATS[to_format]
     expected = np.fromfile(tmp_path / "out.raw", info.dtype).reshape(info.shape(height, width))
     got = qvi.convert(src, from_format, to_format, method=method or "ave", phase=phase or "A",

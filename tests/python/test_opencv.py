@@ -1,13 +1,7 @@
 """On a natural photograph, the 'ave' demosaic agrees with OpenCV's bilinear
-one.
-
-OpenCV names a Bayer pattern by the 2 x 2 cell that starts one row and one
-column further in than the cameras' (and qvi's) top-left cell: a capture
-whose top-left cell is R G / G B (qvi phase 'A', "RGGB") is OpenCV's
-COLOR_BayerBG2BGR.  Away from the image's outermost pixels the two differ by
-at most 1 (qvi's means truncate, OpenCV's round); on the border OpenCV
-extrapolates where qvi uses the neighbours it has.
-"""
+one.  OpenCV names a Bayer pattern by the cell one row and one column in
+from qvi's top-left one (qvi's phase 'A', R G / G B, is COLOR_BayerBG2BGR).
+Inside the border the two differ by at most 1 (qvi's means truncate)."""
 
 import numpy as np
 import pytest
@@ -18,10 +12,7 @@ cv2 = pytest.importorskip("cv2")
 cbook = pytest.importorskip("matplotlib.cbook")
 
 OPENCV_CODE = {
-    "A": cv2.COLOR_BayerBG2BGR,  # R G / G B
-    "B": cv2.COLOR_BayerGB2BGR,  # G R / B G
-    "C": cv2.COLOR_BayerGR2BGR,  # G B / R G
-    "D": cv2.COLOR_BayerRG2BGR,  # B G / G R
+    "A": cv2.COLOR_BayerBG2BGR, "B": cv2.COLOR_BayerGB2BGR, "C": cv2.COLOR_BayerGR2BGR, "D": cv2.COLOR_BayerRG2BGR,
 }
 # The BGR channel of each sample of a phase's 2 x 2 cell.
 CELL = {"A": [[2, 1], [1, 0]], "B": [[1, 2], [0, 1]], "C": [[1, 0], [2, 1]], "D": [[0, 1], [1, 2]]}
@@ -58,10 +49,8 @@ def test_ave_agrees_with_opencv_bilinear(photo, phase):
     inner = (slice(1, -1), slice(1, -1))
     assert np.abs(ours[inner].astype(int) - theirs[inner]).max() <= 1
     assert psnr(ours[inner], theirs[inner]) >= 50.0
-    # The naming offset matters: OpenCV's code of qvi's own letters is far off.
-    misnamed = {"A": cv2.COLOR_BayerRG2BGR, "B": cv2.COLOR_BayerGR2BGR,
-                "C": cv2.COLOR_BayerGB2BGR, "D": cv2.COLOR_BayerBG2BGR}[phase]
-    assert psnr(ours, cv2.cvtColor(raw, misnamed)) < 20.0
+    # The naming offset matters: OpenCV's code of the opposite phase is far off.
+    assert psnr(ours, cv2.cvtColor(raw, OPENCV_CODE["DCBA"["ABCD".index(phase)]])) < 20.0
 
 
 def test_12_bit_ave_agrees_with_opencv_on_16_bits(photo):
