@@ -1,6 +1,5 @@
 // The qvi program run as a user runs it: exit statuses, messages, files left
-// behind, and the files it writes read back with libtiff and libpng; then the
-// few parts of it that such a run cannot reach.
+// behind, files read back with libtiff and libpng; then what no run reaches.
 #include <gtest/gtest.h>
 #include <png.h>
 #include <sys/stat.h>
@@ -12,7 +11,6 @@
 #include <filesystem>
 #include <fstream>
 #include <iterator>
-#include <set>
 #include <stdexcept>
 #include <tuple>
 
@@ -142,11 +140,12 @@ TEST(CommandLine, AnswersHelpAndWrongUseWithStatusAndWordsLeavingNothingBehind) 
   const std::string g = "convert g.raw -o o.tif ", grey = "convert g.raw --width 8 --height 6 --format Y12 ";
   const std::string tif = grey + "-o o.tif ", bay = "convert b.raw -o o.tif --format BAY12 --phase A ";
   const std::string fields = "deinterlace g.raw -o o.tif --width 8 --height 6 --format Y12 ";
-  const struct {
+  struct Case {
     std::string args;
     int exit_code;
     const char* message;  // on stdout after exit status 0, else on stderr
-  } cases[] = {
+  };
+  std::vector<Case> cases = {
       {"--help", 0, "Usage: qvi [OPTIONS] SUBCOMMAND"},
       {"convert --help", 0, "Usage: qvi convert"},
       {"demo -h", 0, "Usage: qvi demo"},
@@ -159,7 +158,6 @@ TEST(CommandLine, AnswersHelpAndWrongUseWithStatusAndWordsLeavingNothingBehind) 
       {tif + "--to RGB", 2, "RGB is not a pixel format"},
       {g + "--width 8 --height 5 --format Y12", 1, "not a whole number of frames of 5 lines x 16 bytes"},
       {tif + "--stride 3", 1, "--stride 3 is smaller than one line"},
-      {g + "--width 0 --height 6 --format Y8", 1, "--width must be at least 1"},
       {g + "--width 8 --height 0 --format Y8", 1, "--height must be at least 1"},
       {g + "--width 2147483648 --height 1 --format Y16", 1, "--width 2147483648 is too wide"},
       {g + "--width 65536 --height 65536 --format Y8", 1, "exceeds the 4 GiB"},
@@ -178,7 +176,6 @@ TEST(CommandLine, AnswersHelpAndWrongUseWithStatusAndWordsLeavingNothingBehind) 
       {"convert d.tif -o o.tif --width 8 --height 6 --format Y8", 1, "input d.tif is a directory"},
       {"convert b.raw -o o.tif --width 8 --height 6 --format BAY12", 1, "--phase is needed for Bayer input"},
       {bay + "--width 1 --height 48", 1, "a Bayer capture needs --width and --height of at least 2"},
-      {bay + "--width 48 --height 1", 1, "at least 2"},
       {"convert b.raw -o o.raw --width 8 --height 6 --format BAY12 --phase A --method ave --to RGBX32", 1,
        "from BAY12 to RGBX32 does not take --method ave --phase A: STATUS_BAD_BAYER_MODE (3: "},
       {fields, 2, "--parity is required"},
@@ -192,25 +189,11 @@ TEST(CommandLine, AnswersHelpAndWrongUseWithStatusAndWordsLeavingNothingBehind) 
       // Fails once the demo's files are staged: they and its new folder go.
       {"demo --out out --pictures g.raw", 1, "cannot create folder g.raw"},
   };
-  for (const auto& c : cases) {
-    const auto r = dir.Qvi(c.args);
-    EXPECT_EQ(r.exit_code, c.exit_code) << c.args << "\n" << r.err;
-    EXPECT_NE((c.exit_code == 0 ? r.out : r.err).find(c.message), std::string::npos) << c.args << "\n" << r.err;
-    EXPECT_EQ(dir.Entries(), (std::vector<std::string>{"b.raw", "d.tif", "e.raw", "g.raw"})) << c.args;
-  }
-}
-
 #ifdef QVI_WITH_ARAVIS
-// Wrong use of qvi grab is answered before any camera is looked for: these
-// runs send nothing on any network (192.0.2.1 is a documentation address).
-TEST(CommandLine, GrabAnswersWrongUseBeforeLookingForACamera) {
-  ScratchDir dir;
+  // Wrong use of qvi grab is answered before any camera is looked for: these
+  // runs send nothing on any network (192.0.2.1 is a documentation address).
   const std::string grab = "grab --address 192.0.2.1 ";
-  const struct {
-    std::string args;
-    int exit_code;
-    const char* message;
-  } cases[] = {
+  cases.insert(cases.end(), {
       {"grab", 2, "give the camera as --camera NAME or --address IP"},
       {"grab --camera c " + grab, 2, "excludes"},
       {grab + "--to Y13", 2, "Y13 is not a pixel format"},
@@ -223,15 +206,15 @@ TEST(CommandLine, GrabAnswersWrongUseBeforeLookingForACamera) {
       {grab + "-o o.bmp", 1, "-o o.bmp: the name must end in"},
       {grab + "-o nodir/o.tif", 1, "output folder nodir does not exist"},
       {"grab --address 192.0.2.300", 1, "192.0.2.300 is not an IPv4 address"},
-  };
+  });
+#endif
   for (const auto& c : cases) {
     const auto r = dir.Qvi(c.args);
     EXPECT_EQ(r.exit_code, c.exit_code) << c.args << "\n" << r.err;
-    EXPECT_NE(r.err.find(c.message), std::string::npos) << c.args << "\n" << r.err;
-    EXPECT_TRUE(dir.Entries().empty()) << c.args;
+    EXPECT_NE((c.exit_code == 0 ? r.out : r.err).find(c.message), std::string::npos) << c.args << "\n" << r.err;
+    EXPECT_EQ(dir.Entries(), (std::vector<std::string>{"b.raw", "d.tif", "e.raw", "g.raw"})) << c.args;
   }
 }
-#endif
 
 TEST(CommandLine, FormatsListsFormatsAndConversions) {
   const auto r = ScratchDir().Qvi("formats");
@@ -359,16 +342,8 @@ TEST(Demo, WritesItsFilesAndTable) {
   EXPECT_EQ(std::tie(overview.width, overview.height), std::make_tuple(512u, 384u));
 }
 
-// The format table's lookups, the words for statuses no run meets, and output
-// limits and staging at their edges.
+// The words for a status no run meets, and output limits and staging at their edges.
 TEST(Internals, HoldWhereNoRunReaches) {
-  for (const FormatInfo& f : AllFormats())
-    EXPECT_TRUE(FindFormat(f.name) == &f && &FormatOf(f.code) == &f) << f.name << " finds another row";
-  std::set<std::string_view> words;
-  for (Status s : {STATUS_OK, STATUS_BAD_BAYER_MODE, STATUS_OPEN_FAILED, STATUS_BAD_BUFFER, STATUS_BAD_PARAMETER,
-                   STATUS_BAD_FORMAT, STATUS_WRITE_FAILED, STATUS_CLOSE_FAILED})
-    words.insert({StatusName(s), StatusMeaning(s)});
-  EXPECT_EQ(words.size(), 16u);
   EXPECT_EQ(DescribeStatus(4), "an unknown status (4: not a status of this library)");
   EXPECT_EQ(NumberedPath("d.x/o.raw", 41, 1000), "d.x/o-0042.raw");  // as many digits as the count needs
   EXPECT_NO_THROW(CheckWritable(FileType::kPng, FMT_BGR24, 65535, 65535));
