@@ -5,37 +5,25 @@
 // itself when another interface is present).  Each test starts the camera on
 // 127.0.0.1 and kills it at the end.
 #include <gtest/gtest.h>
-#include <fcntl.h>
 #include <ifaddrs.h>
 #include <net/if.h>
-#include <signal.h>
-#include <spawn.h>
-#include <sys/stat.h>
-#include <sys/wait.h>
-#include <unistd.h>
 
-#include <algorithm>
 #include <chrono>
 #include <cstdio>
-#include <filesystem>
 #include <fstream>
 #include <functional>
 #include <iterator>
 #include <map>
 #include <regex>
-#include <sstream>
 #include <string>
 #include <thread>
 #include <vector>
 
 #include "aravis_camera.h"
-
-extern char** environ;
+#include "support/qvi_program.h"
 
 namespace qvi::camera {
 namespace {
-
-namespace fs = std::filesystem;
 
 bool OnlyLoopback() {
   ifaddrs* list = nullptr;
@@ -46,36 +34,11 @@ bool OnlyLoopback() {
   return only;
 }
 
-pid_t Spawn(const std::vector<std::string>& args, const std::string& out = "/dev/null",
-            const std::string& err = "/dev/null") {
-  posix_spawn_file_actions_t actions;
-  posix_spawn_file_actions_init(&actions);
-  posix_spawn_file_actions_addopen(&actions, STDIN_FILENO, "/dev/null", O_RDONLY, 0);
-  posix_spawn_file_actions_addopen(&actions, STDOUT_FILENO, out.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0644);
-  posix_spawn_file_actions_addopen(&actions, STDERR_FILENO, err.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0644);
-  std::vector<char*> argv;
-  for (const std::string& a : args) argv.push_back(const_cast<char*>(a.c_str()));
-  argv.push_back(nullptr);
-  pid_t pid = 0;
-  const int failed = posix_spawnp(&pid, argv[0], &actions, nullptr, argv.data(), environ);
-  posix_spawn_file_actions_destroy(&actions);
-  if (failed) throw std::runtime_error("cannot start " + args[0]);
-  return pid;
-}
-
-int Wait(pid_t pid) {
-  int status = 0;
-  waitpid(pid, &status, 0);
-  return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
-}
-
 // Aravis's fake GigE Vision camera on 127.0.0.1, ready once it answers.
 class FakeGigeCamera {
  public:
-  explicit FakeGigeCamera(const std::vector<std::string>& options = {}) {
-    std::vector<std::string> args{"arv-fake-gv-camera-0.8", "-i", "127.0.0.1"};
-    args.insert(args.end(), options.begin(), options.end());
-    pid_ = Spawn(args);
+  explicit FakeGigeCamera(const std::string& options = "")
+      : pid_(test::StartShell("exec arv-fake-gv-camera-0.8 -i 127.0.0.1 " + options + " </dev/null >/dev/null 2>&1")) {
     for (int tries = 0; tries < 50; ++tries) {
       try {
         AravisCamera::OpenAddress("127.0.0.1");
@@ -88,7 +51,7 @@ class FakeGigeCamera {
   }
   ~FakeGigeCamera() { Kill(); }
   void Kill() {
-    if (pid_ > 0) kill(pid_, SIGKILL), Wait(pid_);
+    if (pid_ > 0) kill(pid_, SIGKILL), test::WaitFor(pid_);
     pid_ = 0;
   }
 
@@ -96,18 +59,13 @@ class FakeGigeCamera {
   pid_t pid_ = 0;
 };
 
-struct Result {
-  int exit_code;
-  std::string out, err;
-  std::map<std::string, double> json;  // the numbers of the last line of out
-};
-
 std::string ReadText(const std::string& path) {
   std::ifstream f(path);
   return {std::istreambuf_iterator<char>(f), std::istreambuf_iterator<char>()};
 }
 
-std::map<std::string, double> JsonNumbers(const std::string& out) {
+// The numbers of the last line of qvi's output, when it is a JSON object.
+std::map<std::string, double> Json(const std::string& out) {
   std::map<std::string, double> numbers;
   const size_t start = out.rfind('{');
   if (start == std::string::npos || out.find('\n', start) != out.size() - 1) return numbers;
@@ -117,50 +75,6 @@ std::map<std::string, double> JsonNumbers(const std::string& out) {
     numbers[(*i)[1]] = std::stod((*i)[2]);
   return numbers;
 }
-
-class GigE : public ::testing::Test {
- protected:
-  void SetUp() override {
-    if (!OnlyLoopback())
-      GTEST_SKIP() << "runs only inside a private network namespace with nothing but loopback (scripts/netns.sh)";
-    dir_ = fs::path(::testing::TempDir()) / ("qvi-gige-" + std::to_string(getpid()) + "-" +
-                                              ::testing::UnitTest::GetInstance()->current_test_info()->name());
-    fs::create_directories(dir_);
-  }
-  void TearDown() override {
-    std::error_code ignored;
-    if (!dir_.empty()) fs::remove_all(dir_, ignored);
-  }
-
-  std::vector<std::string> Qvi(const std::string& args) const {
-    std::vector<std::string> words{QVI_TOOL};
-    std::istringstream split(args);
-    for (std::string w; split >> w;) words.push_back(w.starts_with("@") ? dir_.string() + w.substr(1) : w);
-    return words;
-  }
-  // Starts qvi with `args` (a word "@" stands for this test's folder); Run waits for its end.
-  pid_t Start(const std::string& args) const { return Spawn(Qvi(args), Out(), Err()); }
-  Result Run(const std::string& args) const { return Finish(Start(args)); }
-  Result Finish(pid_t pid) const {
-    Result r{Wait(pid), ReadText(Out()), ReadText(Err()), {}};
-    r.json = JsonNumbers(r.out);
-    return r;
-  }
-  // The names in this test's folder, hidden ones included, without qvi's output.
-  std::vector<std::string> Files() const {
-    std::vector<std::string> names;
-    for (const auto& e : fs::directory_iterator(dir_))
-      if (e.path().filename() != ".out" && e.path().filename() != ".err") names.push_back(e.path().filename());
-    std::sort(names.begin(), names.end());
-    return names;
-  }
-  std::string Path(const std::string& name) const { return (dir_ / name).string(); }
-
- private:
-  std::string Out() const { return (dir_ / ".out").string(); }
-  std::string Err() const { return (dir_ / ".err").string(); }
-  fs::path dir_;
-};
 
 std::vector<std::string> Numbered(const std::string& stem, const std::string& ext, int count, int digits) {
   std::vector<std::string> names;
@@ -173,39 +87,51 @@ void WaitUntil(const std::function<bool()>& done) {
   for (int tries = 0; tries < 200 && !done(); ++tries) std::this_thread::sleep_for(std::chrono::milliseconds(50));
 }
 
+// Each test runs qvi in a folder of its own.
+class GigE : public ::testing::Test {
+ protected:
+  void SetUp() override {
+    if (!OnlyLoopback())
+      GTEST_SKIP() << "runs only inside a private network namespace with nothing but loopback (scripts/netns.sh)";
+  }
+  test::QviDir dir_;
+};
+
 TEST_F(GigE, DiscoversTheCameraAndWritesNumberedFiles) {
   FakeGigeCamera camera;
-  const Result list = Run("cameras");
+  const test::QviResult list = dir_.Qvi("cameras");
   ASSERT_EQ(list.exit_code, 0) << list.err;
   EXPECT_NE(list.out.find("Aravis-Fake-GV01  Aravis  Fake   GV01    127.0.0.1  GigEVision"), std::string::npos)
       << list.out;
-  Result r = Run("grab --camera Aravis-Fake-GV01 --pixel-format BayerGR8 --width 64 --height 48 --frames 6 "
-                 "--threads 2 --json -o @/frame.tif");
+  test::QviResult r = dir_.Qvi("grab --camera Aravis-Fake-GV01 --pixel-format BayerGR8 --width 64 --height 48 --frames 6 "
+                 "--threads 2 --json -o frame.tif");
   ASSERT_EQ(r.exit_code, 0) << r.err;
-  EXPECT_EQ(r.json["converted"], 6);
-  EXPECT_EQ(r.json["files"], 6);
-  EXPECT_EQ(r.json["incomplete"], 0);
-  EXPECT_EQ(r.json["width"], 64);
-  EXPECT_GE(r.json["received"], 6);
-  for (const char* key : {"dropped", "fps", "convert_ms_p50", "convert_ms_p99"}) EXPECT_TRUE(r.json.count(key)) << key;
+  auto json = Json(r.out);
+  EXPECT_EQ(json["converted"], 6);
+  EXPECT_EQ(json["files"], 6);
+  EXPECT_EQ(json["incomplete"], 0);
+  EXPECT_EQ(json["width"], 64);
+  EXPECT_GE(json["received"], 6);
+  for (const char* key : {"dropped", "fps", "convert_ms_p50", "convert_ms_p99"}) EXPECT_TRUE(json.count(key)) << key;
   EXPECT_NE(r.out.find("64 x 48 BayerGR8 to BGR24 (ave, phase B)"), std::string::npos) << r.out;
-  EXPECT_EQ(Files(), Numbered("frame", ".tif", 6, 3));
-  for (const std::string& name : Files()) EXPECT_EQ(fs::file_size(Path(name)), 204u + 64 * 48 * 3) << name;
+  EXPECT_EQ(dir_.Entries(), Numbered("frame", ".tif", 6, 3));
+  for (const std::string& name : dir_.Entries()) EXPECT_EQ(std::filesystem::file_size(dir_ / name), 204u + 64 * 48 * 3) << name;
 }
 
 // With packets lost on the way, some frames arrive incomplete: they are
 // counted and never written, and every file written holds one whole frame of
 // the camera's ramp (a torn frame would mix two frames, or zeros).
 TEST_F(GigE, LostPacketsGiveIncompleteFramesThatAreNeverWritten) {
-  FakeGigeCamera camera({"-r", "50"});  // 5% of the packets lost
-  Result r = Run("grab --address 127.0.0.1 --pixel-format Mono8 --width 128 --height 96 --frames 12 --json "
-                       "--timeout 20 -o @/frame.raw");
+  FakeGigeCamera camera("-r 50");  // 5% of the packets lost
+  test::QviResult r = dir_.Qvi("grab --address 127.0.0.1 --pixel-format Mono8 --width 128 --height 96 --frames 12 --json "
+                       "--timeout 20 -o frame.raw");
   ASSERT_EQ(r.exit_code, 0) << r.err;
-  EXPECT_GT(r.json["incomplete"], 0);
-  EXPECT_EQ(r.json["converted"], 12);
-  ASSERT_EQ(Files(), Numbered("frame", ".raw", 12, 3));
-  for (const std::string& name : Files()) {
-    const std::string bytes = ReadText(Path(name));
+  auto json = Json(r.out);
+  EXPECT_GT(json["incomplete"], 0);
+  EXPECT_EQ(json["converted"], 12);
+  ASSERT_EQ(dir_.Entries(), Numbered("frame", ".raw", 12, 3));
+  for (const std::string& name : dir_.Entries()) {
+    const std::string bytes = ReadText(dir_ / name);
     ASSERT_EQ(bytes.size(), 128u * 96);
     const int first = static_cast<uint8_t>(bytes[0]);
     int wrong = 0;
@@ -217,32 +143,32 @@ TEST_F(GigE, LostPacketsGiveIncompleteFramesThatAreNeverWritten) {
 
 TEST_F(GigE, CtrlCStopsCleanlyAndKeepsOnlyWholeFiles) {
   FakeGigeCamera camera;
-  const pid_t qvi = Start("grab --address 127.0.0.1 --pixel-format BayerGB8 --width 320 --height 240 --json "
-                          "-o @/frame.png");
-  WaitUntil([&] { return Files().size() >= 2; });  // files being written, under temporary names
+  const pid_t qvi = dir_.Start("grab --address 127.0.0.1 --pixel-format BayerGB8 --width 320 --height 240 --json "
+                          "-o frame.png");
+  WaitUntil([&] { return dir_.Entries().size() >= 2; });  // files being written, under temporary names
   kill(qvi, SIGINT);
-  Result r = Finish(qvi);
+  test::QviResult r = dir_.Finish(qvi);
   ASSERT_EQ(r.exit_code, 0) << r.err;
   EXPECT_NE(r.out.find("stopped by an interrupt"), std::string::npos) << r.out;
-  const int converted = static_cast<int>(r.json["converted"]);
+  const int converted = static_cast<int>(Json(r.out)["converted"]);
   EXPECT_GE(converted, 1);
-  EXPECT_EQ(Files(), Numbered("frame", ".png", converted, 6)) << "no temporary file may stay";
-  for (const std::string& name : Files()) {
-    const std::string bytes = ReadText(Path(name));
+  EXPECT_EQ(dir_.Entries(), Numbered("frame", ".png", converted, 6)) << "no temporary file may stay";
+  for (const std::string& name : dir_.Entries()) {
+    const std::string bytes = ReadText(dir_ / name);
     EXPECT_EQ(bytes.substr(bytes.size() - 8, 4), "IEND") << name << " is cut short";
   }
 }
 
 TEST_F(GigE, AStreamThatStopsEndsTheRunAndLeavesNoFile) {
   FakeGigeCamera camera;
-  const pid_t qvi = Start("grab --address 127.0.0.1 --pixel-format Mono8 --width 64 --height 64 --timeout 1 "
-                          "-o @/frame.raw");
-  WaitUntil([&] { return !Files().empty(); });
+  const pid_t qvi = dir_.Start("grab --address 127.0.0.1 --pixel-format Mono8 --width 64 --height 64 --timeout 1 "
+                          "-o frame.raw");
+  WaitUntil([&] { return !dir_.Entries().empty(); });
   camera.Kill();
-  Result r = Finish(qvi);
+  test::QviResult r = dir_.Finish(qvi);
   EXPECT_EQ(r.exit_code, 1);
   EXPECT_NE(r.err.find("no frame came from the camera for 1.0 s (stream timeout)"), std::string::npos) << r.err;
-  EXPECT_TRUE(Files().empty());
+  EXPECT_TRUE(dir_.Entries().empty());
 }
 
 TEST_F(GigE, ErrorsNameTheProblem) {
@@ -253,7 +179,7 @@ TEST_F(GigE, ErrorsNameTheProblem) {
        "Mono8, RGB8, Mono16"},
       {"--address 127.0.0.1 --pixel-format RGB8 --to BGR24",
        "the library has no conversion from RGB24 (the camera's RGB8) to BGR24"},
-      {"--address 127.0.0.1 --pixel-format RGB8 -o @/x.tif", "TIFF files are written from Y8 or BGR24 pixels, not RGB24"},
+      {"--address 127.0.0.1 --pixel-format RGB8 -o x.tif", "TIFF files are written from Y8 or BGR24 pixels, not RGB24"},
       {"--address 127.0.0.1 --pixel-format Mono8 --method med", "--method applies to Bayer formats only"},
       {"--address 127.0.0.1 --width 5000 --height 10", "a width of 5000 is outside the camera's range 1..2048"},
       {"--address 127.0.0.1 --fps 5000", "a frame rate of 5000 is outside the camera's range 0.1..1000"},
@@ -261,10 +187,10 @@ TEST_F(GigE, ErrorsNameTheProblem) {
       {"--camera NoSuchCamera", "no camera named NoSuchCamera was found"},
   };
   for (const auto& [args, message] : cases) {
-    Result r = Run("grab --frames 1 " + args);
+    test::QviResult r = dir_.Qvi("grab --frames 1 " + args);
     EXPECT_EQ(r.exit_code, 1) << args;
     EXPECT_NE(r.err.find(message), std::string::npos) << args << "\n" << r.err;
-    EXPECT_TRUE(Files().empty()) << args;
+    EXPECT_TRUE(dir_.Entries().empty()) << args;
   }
 }
 

@@ -3,7 +3,6 @@
 #include <gtest/gtest.h>
 #include <png.h>
 #include <sys/stat.h>
-#include <sys/wait.h>
 #include <tiffio.h>
 
 #include <algorithm>
@@ -17,55 +16,12 @@
 #include "formats.h"
 #include "output.h"
 #include "scene.h"
+#include "support/qvi_program.h"
 
 namespace qvi::tool {
 namespace {
 
-struct Result {
-  int exit_code;  // -1 if the program did not exit normally
-  std::string out, err;
-};
-
-// A fresh folder under the test's temporary directory, removed at the end.
-class ScratchDir {
- public:
-  ScratchDir() {
-    if (!::mkdtemp(dir_.data())) throw std::runtime_error("mkdtemp failed");
-  }
-  ~ScratchDir() {
-    std::error_code ec;
-    std::filesystem::remove_all(dir_, ec);
-  }
-  ScratchDir(const ScratchDir&) = delete;
-  ScratchDir& operator=(const ScratchDir&) = delete;
-  std::string operator/(const std::string& name) const { return dir_ + "/" + name; }
-
-  // Sorted names of the entries of the folder `sub` of this one, hidden ones included.
-  std::vector<std::string> Entries(const std::string& sub = ".") const {
-    std::vector<std::string> names;
-    for (const auto& e : std::filesystem::directory_iterator(*this / sub)) names.push_back(e.path().filename());
-    std::sort(names.begin(), names.end());
-    return names;
-  }
-
-  // Runs the qvi program built with the tests in this folder; the shell
-  // splits `args` into words.
-  Result Qvi(const std::string& args) const {
-    const std::string command =
-        "cd '" + dir_ + "' && '" QVI_TOOL "' " + args + " </dev/null >.qvi-out 2>.qvi-err";
-    const int status = std::system(command.c_str());
-    Result r{WIFEXITED(status) ? WEXITSTATUS(status) : -1, {}, {}};
-    for (auto [name, text] : {std::pair{".qvi-out", &r.out}, std::pair{".qvi-err", &r.err}}) {
-      std::ifstream f(*this / name);
-      text->assign(std::istreambuf_iterator<char>(f), std::istreambuf_iterator<char>());
-      std::filesystem::remove(*this / name);
-    }
-    return r;
-  }
-
- private:
-  std::string dir_ = ::testing::TempDir() + "qvi-tool-XXXXXX";
-};
+using ScratchDir = test::QviDir;
 
 // Writes the items as they lie in memory: 16-bit samples as native words, as the library reads them.
 template <typename T>
