@@ -79,55 +79,46 @@ TEST(Unpack, LibraryY12PIsAThirdLayout) {
   EXPECT_EQ(std::vector<uint8_t>(bgr, bgr + 6), (std::vector<uint8_t>{0x12, 0x12, 0x12, 0x45, 0x45, 0x45}));
 }
 
-// Lines at a padded stride, the last one ending at a protected page.
-TEST(Unpack, LinesPackedByTheModel) {
+// Lines packed by the model, at a padded stride (Unpack) and as the one
+// stream a camera sends (UnpackStream: with these widths a line starts inside
+// a byte or inside a group of two pixels), sources ending at a protected page.
+TEST(Unpack, LinesAndStreamsPackedByTheModel) {
   std::mt19937 random(7);
   for (const Packing packing : kPackings)
-    for (uint32_t width : {1u, 2u, 3u, 4u, 5u, 6u, 7u, 9u, 17u, 64u})
-      for (uint32_t padding : {0u, 1u, 3u}) {
-        SCOPED_TRACE(Name(packing) + ", width " + std::to_string(width) + ", padding " + std::to_string(padding));
-        const uint32_t height = 3;
-        const uint64_t line = PackedLineBytes(packing, width);
-        const size_t stride = line + padding, dst_stride = width * 2 + 4;
-        test::FencedMemory src(stride * (height - 1) + line, test::Fence::AfterEnd, 0);
-        std::vector<std::vector<uint16_t>> lines;
-        for (uint32_t y = 0; y < height; ++y) {
-          lines.push_back(RandomValues(random, packing, width));
-          const std::vector<uint8_t> bytes = model::Pack(packing, lines.back());
-          ASSERT_EQ(bytes.size(), line);
-          std::memcpy(src.data() + y * stride, bytes.data(), bytes.size());
+    for (uint32_t width : {1u, 2u, 3u, 4u, 5u, 6u, 7u, 8u, 9u, 17u, 64u})
+      for (uint32_t height : {1u, 2u, 3u, 5u})
+        for (uint32_t padding : {0u, 1u, 3u, ~0u}) {  // ~0: one stream
+          SCOPED_TRACE(Name(packing) + ", " + std::to_string(width) + " x " + std::to_string(height) +
+                       ", padding " + std::to_string(padding));
+          const std::vector<uint16_t> values = RandomValues(random, packing, size_t{width} * height);
+          const uint64_t line = PackedLineBytes(packing, width);
+          const size_t stride = line + padding, dst_stride = width * 2 + 2;
+          std::vector<uint8_t> bytes = model::Pack(packing, values);
+          if (padding != ~0u) {
+            bytes.assign(stride * (height - 1) + line, 0);
+            for (uint32_t y = 0; y < height; ++y) {
+              const std::vector<uint8_t> packed =
+                  model::Pack(packing, {values.begin() + y * width, values.begin() + (y + 1) * width});
+              ASSERT_EQ(packed.size(), line);
+              std::memcpy(bytes.data() + y * stride, packed.data(), line);
+            }
+          }
+          test::FencedMemory src(bytes.size(), test::Fence::AfterEnd, 0);
+          std::memcpy(src.data(), bytes.data(), bytes.size());
+          std::vector<uint8_t> dst(dst_stride * height, kCanary);
+          if (padding == ~0u) {
+            UnpackStream(packing, src.data(), width, height, dst.data(), dst_stride);
+          } else {
+            Unpack(packing, src.data(), stride, width, height, dst.data(), dst_stride);
+          }
+          for (uint32_t y = 0; y < height; ++y) {
+            EXPECT_EQ(Words(dst.data() + y * dst_stride, width),
+                      std::vector<uint16_t>(values.begin() + y * width, values.begin() + (y + 1) * width))
+                << "line " << y;
+            EXPECT_EQ(dst[y * dst_stride + width * 2], kCanary);
+            EXPECT_EQ(dst[y * dst_stride + width * 2 + 1], kCanary);
+          }
         }
-        std::vector<uint8_t> dst(dst_stride * height, kCanary);
-        Unpack(packing, src.data(), stride, width, height, dst.data(), dst_stride);
-        for (uint32_t y = 0; y < height; ++y) {
-          EXPECT_EQ(Words(dst.data() + y * dst_stride, width), lines[y]) << "line " << y;
-          for (size_t i = width * 2; i < dst_stride; ++i) ASSERT_EQ(dst[y * dst_stride + i], kCanary);
-        }
-      }
-}
-
-// A camera sends a frame as one stream: with these widths a line starts
-// inside a byte (10p, 12p) or inside a group of two pixels (Packed).
-TEST(Unpack, FramesSentAsOneStream) {
-  std::mt19937 random(11);
-  for (const Packing packing : kPackings)
-    for (uint32_t width : {1u, 2u, 3u, 5u, 6u, 7u, 8u})
-      for (uint32_t height : {1u, 2u, 3u, 5u}) {
-        SCOPED_TRACE(Name(packing) + ", " + std::to_string(width) + " x " + std::to_string(height));
-        const std::vector<uint16_t> values = RandomValues(random, packing, size_t{width} * height);
-        const std::vector<uint8_t> bytes = model::Pack(packing, values);
-        test::FencedMemory src(bytes.size(), test::Fence::AfterEnd, 0);
-        std::memcpy(src.data(), bytes.data(), bytes.size());
-        const size_t dst_stride = width * 2 + 2;
-        std::vector<uint8_t> dst(dst_stride * height, kCanary);
-        UnpackStream(packing, src.data(), width, height, dst.data(), dst_stride);
-        for (uint32_t y = 0; y < height; ++y) {
-          const std::vector<uint16_t> line(values.begin() + y * width, values.begin() + (y + 1) * width);
-          EXPECT_EQ(Words(dst.data() + y * dst_stride, width), line) << "line " << y;
-          EXPECT_EQ(dst[y * dst_stride + width * 2], kCanary);
-          EXPECT_EQ(dst[y * dst_stride + width * 2 + 1], kCanary);
-        }
-      }
 }
 
 }  // namespace
