@@ -147,7 +147,8 @@ TEST(CommandLine, AnswersHelpAndWrongUseWithStatusAndWordsLeavingNothingBehind) 
   };
 #ifdef QVI_WITH_ARAVIS
   // Wrong use of qvi grab is answered before any camera is looked for: these
-  // runs send nothing on any network (192.0.2.1 is a documentation address).
+  // runs send nothing on any network (192.0.2.1 is a documentation address);
+  // the tests that do look for cameras run in a private network namespace.
   const std::string grab = "grab --address 192.0.2.1 ";
   cases.insert(cases.end(), {
       {"grab", 2, "give the camera as --camera NAME or --address IP"},

@@ -39,7 +39,8 @@ struct DemoOptions {
 };
 void RunDemo(const DemoOptions& options, std::ostream& out);
 
-// qvi grab and qvi cameras: built only where Aravis is found.
+// qvi grab and qvi cameras: built only where Aravis is found.  Their
+// discovery broadcasts: tests run it only in a private network namespace.
 struct GrabOptions {
   std::optional<std::string> camera;   // a name for Aravis's discovery
   std::optional<std::string> address;  // an IPv4 address, opened directly

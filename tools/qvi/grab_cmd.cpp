@@ -3,6 +3,8 @@
 //
 // `qvi cameras` and `qvi grab --camera` use Aravis's discovery, which
 // broadcasts on every network interface; `--address` talks to one address.
+// The project's tests and demos run discovery only inside a private network
+// namespace that holds nothing but loopback (scripts/netns.sh).
 #include <unistd.h>
 
 #include <algorithm>

@@ -87,6 +87,8 @@ int main(int argc, char** argv) {
                        "also write PNG pictures comparing the methods into this folder");
 
 #ifdef QVI_WITH_ARAVIS
+  // Discovery (--camera, qvi cameras) broadcasts on every interface; the
+  // tests run it only inside a private network namespace (scripts/netns.sh).
   GrabOptions grab;
   CLI::App* grab_cmd = app.add_subcommand(
       "grab", "acquire frames from a GenICam camera (GigE Vision, USB3 Vision) and convert each as it arrives");
