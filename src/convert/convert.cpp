@@ -28,7 +28,7 @@ bool DestinationHolds(const buffer::ConversionPair& p, Fmt destination) {
 template <Fmt S, Fmt D>
 Status PixelRoute(const buffer::ConversionPair& p) {
   if (!DestinationHolds(p, D)) return STATUS_BAD_BUFFER;
-  WalkRoute<S, D>(p);
+  WalkRoute<S, D>(p, Chosen());
   return STATUS_OK;
 }
 
@@ -71,9 +71,9 @@ extern "C" QVI_API Status QVI_Convert(BufferHandle source, BufferHandle destinat
   buffer::ConversionPair p;
   if (const Status s = buffer::ReadConversionPair(source, destination, &p); s != STATUS_OK) return s;
   switch (Key(LowByte(p.src_format), LowByte(p.dst_format))) {
-#define QVI_COPY(S, D) \
+#define QVI_COPY(S, D, ...) \
   case Key(Fmt::S, Fmt::D): return CopyRoute<Fmt::S, Fmt::D>(p);
-#define QVI_PIXELS(S, D) \
+#define QVI_PIXELS(S, D, ...) \
   case Key(Fmt::S, Fmt::D): return PixelRoute<Fmt::S, Fmt::D>(p);
 #define QVI_BAYER(S, D) \
   case Key(Fmt::S, Fmt::D): return BayerRoute(source, destination, p, Fmt::S, Fmt::D);

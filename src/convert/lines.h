@@ -10,8 +10,9 @@
 
 #include "buffer/buffer_query.h"
 #include "buffer/line_step.h"
+#include "buffer/dispatch.h"
+#include "convert/line_kernels.h"
 #include "convert/readers.h"
-#include "convert/vec.h"
 #include "convert/writers.h"
 
 namespace qvi::convert {
@@ -23,27 +24,31 @@ inline bool Apart(const uint8_t* s, uint64_t src_bytes, const uint8_t* d, uint64
   return sa + src_bytes <= da || da + dst_bytes <= sa;
 }
 
-// LastBlockOverlaps: when V's blocks leave a tail of a line of `count`
-// pixels and did at least one block, one more block ending at the last
-// pixel does the tail, converting some pixels again to the values they
+// LastBlockOverlaps: when the fast kernel's blocks leave a tail of a line of
+// `count` pixels and did at least one block, one more block ending at the
+// last pixel does the tail, converting some pixels again to the values they
 // already hold (every pixel depends on its own source bytes alone).  Not
 // where the line's source and destination meet: the source might no longer
 // hold what the first pass read.  Returns whether it did.
-template <class Line, class R, class W, class V>
-bool OverlappingLastBlock(const uint8_t* s, uint8_t* d, uint32_t done, uint32_t count, uint32_t w) {
-  if constexpr (V::kBlock > 0) {
-    if (done < count && done >= V::kBlock && Apart(s, Line::SrcAdvance(w), d, Line::DstAdvance(w))) {
-      const uint32_t first = count - V::kBlock;
-      V::template Pixels<R, W>(s + Line::SrcBytesBefore(first), d + uint64_t{first} * W::kBytes, V::kBlock);
-      return true;
-    }
+template <class Line, class W>
+bool OverlappingLastBlock(const LineKernel& fast, const uint8_t* s, uint8_t* d, uint32_t done, uint32_t count,
+                          uint32_t w) {
+  if (done < count && done >= fast.block && fast.block > 0 && Apart(s, Line::SrcAdvance(w), d, Line::DstAdvance(w))) {
+    const uint32_t first = count - fast.block;
+    fast.run(s + Line::SrcBytesBefore(first), d + uint64_t{first} * W::kBytes, fast.block);
+    return true;
   }
   return false;
 }
 
-// One pixel read, one pixel written.  V, the vector policy, does a leading
-// run of the line's pixels; the loop does the rest.
-template <class R, class W, class V>
+// What the fast kernel, if the route has one, did of a line.
+inline uint32_t FastRun(const LineKernel& fast, const uint8_t* s, uint8_t* d, uint32_t w) {
+  return fast.run != nullptr ? fast.run(s, d, w) : 0;
+}
+
+// One pixel read, one pixel written.  The fast kernel does a leading run of
+// the line's pixels; the loop does the rest.
+template <class R, class W>
 struct PixelLine {
   static uint64_t SrcAdvance(uint32_t w) { return uint64_t{w} * R::kBytes; }
   static uint64_t SrcBytesBefore(uint32_t x) { return uint64_t{x} * R::kBytes; }
@@ -54,9 +59,9 @@ struct PixelLine {
   static uint32_t DstGap(uint32_t stride, uint32_t w) {
     return buffer::LineGap(stride, w * W::kBytes, buffer::GapRounding(W::kBytes));
   }
-  static void Row(const uint8_t* s, uint8_t* d, uint32_t w) {
-    const uint32_t done = V::template Pixels<R, W>(s, d, w);
-    if (OverlappingLastBlock<PixelLine, R, W, V>(s, d, done, w, w)) return;
+  static void Row(const uint8_t* s, uint8_t* d, uint32_t w, const LineKernel& fast) {
+    const uint32_t done = FastRun(fast, s, d, w);
+    if (OverlappingLastBlock<PixelLine, W>(fast, s, d, done, w, w)) return;
     s += uint64_t{done} * R::kBytes;
     d += uint64_t{done} * W::kBytes;
     for (uint32_t x = done; x < w; ++x, s += R::kBytes, d += W::kBytes) W::Put(d, R::Get(s));
@@ -65,9 +70,9 @@ struct PixelLine {
 
 // Two pixels per step (packed sources).  Pairs are produced while the pixel
 // counter is below the width, so an odd width writes one pixel more than w;
-// the gaps are those of w pixels all the same, so such lines drift.  V does
-// a leading run of whole pairs.
-template <class R, class W, class V>
+// the gaps are those of w pixels all the same, so such lines drift.  The
+// fast kernel does a leading run of whole pairs.
+template <class R, class W>
 struct PairLine {
   static uint64_t Pairs(uint32_t w) { return (uint64_t{w} + 1) / 2; }
   static uint64_t SrcAdvance(uint32_t w) { return Pairs(w) * R::kStepBytes; }
@@ -79,9 +84,9 @@ struct PairLine {
   static uint32_t DstGap(uint32_t stride, uint32_t w) {
     return buffer::LineGap(stride, w * W::kBytes, buffer::GapRounding(W::kBytes));
   }
-  static void Row(const uint8_t* s, uint8_t* d, uint32_t w) {
-    const uint32_t done = V::template Pairs<R, W>(s, d, w);  // even
-    if (OverlappingLastBlock<PairLine, R, W, V>(s, d, done, static_cast<uint32_t>(2 * Pairs(w)), w)) return;
+  static void Row(const uint8_t* s, uint8_t* d, uint32_t w, const LineKernel& fast) {
+    const uint32_t done = FastRun(fast, s, d, w);  // even
+    if (OverlappingLastBlock<PairLine, W>(fast, s, d, done, static_cast<uint32_t>(2 * Pairs(w)), w)) return;
     s += uint64_t{done / 2} * R::kStepBytes;
     d += uint64_t{done} * W::kBytes;
     for (uint32_t x = done; x < w; x += 2, s += R::kStepBytes, d += 2 * W::kBytes) {
@@ -93,20 +98,20 @@ struct PairLine {
   }
 };
 
-template <class R, class W, class V>
-using LineFor = std::conditional_t<R::kPixelsPerStep == 2, PairLine<R, W, V>, PixelLine<R, W, V>>;
+template <class R, class W>
+using LineFor = std::conditional_t<R::kPixelsPerStep == 2, PairLine<R, W>, PixelLine<R, W>>;
 
-// The line kernel of a route: a reader and a writer, unless named below.
-template <Fmt S, Fmt D, class V>
+// The line of a route: a reader and a writer, unless named below.
+template <Fmt S, Fmt D>
 struct RouteLine {
-  using type = LineFor<Reader<S>, Writer<D>, V>;
+  using type = LineFor<Reader<S>, Writer<D>>;
 };
 
 // FMT_RGB30 into FMT_RGB48 mixes neighbouring words: pixel j keeps the red of
 // its own word but takes green and blue from word j + 1, so the last pixel of
 // a line reads the word after the line (its padding, or the next line's first
 // pixel).  Each line starts afresh with its own first word.
-struct GreenBlueFromNextWordLine : PixelLine<Reader<Fmt::RGB30>, Writer<Fmt::RGB48>, NoVec> {
+struct GreenBlueFromNextWordLine : PixelLine<Reader<Fmt::RGB30>, Writer<Fmt::RGB48>> {
   // Bytes read after the line's last pixel.
   static constexpr uint64_t kReadsPastLine = 4;
   // `next_word_in_source` is false when the word after the line lies outside
@@ -126,8 +131,8 @@ struct GreenBlueFromNextWordLine : PixelLine<Reader<Fmt::RGB30>, Writer<Fmt::RGB
   }
 };
 
-template <class V>
-struct RouteLine<Fmt::RGB30, Fmt::RGB48, V> {
+template <>
+struct RouteLine<Fmt::RGB30, Fmt::RGB48> {
   using type = GreenBlueFromNextWordLine;
 };
 
@@ -141,7 +146,7 @@ concept ReadsPastLine = requires { Line::kReadsPastLine; };
 // A kernel that reads past its line is told whether those bytes lie inside
 // the source too; they do not stop the walk.
 template <class Line>
-void WalkLines(const buffer::ConversionPair& p) {
+void WalkLines(const buffer::ConversionPair& p, const LineKernel& fast) {
   buffer::LineCursor src(p.src, p.src_stride, p.src_height);
   buffer::LineCursor dst(p.dst, p.dst_stride, p.dst_height);
   const uint32_t w = p.src_width;
@@ -154,42 +159,19 @@ void WalkLines(const buffer::ConversionPair& p) {
     if constexpr (ReadsPastLine<Line>) {
       Line::Row(src.Here(), dst.Here(), w, src.Holds(src_line + Line::kReadsPastLine));
     } else {
-      Line::Row(src.Here(), dst.Here(), w);
+      Line::Row(src.Here(), dst.Here(), w, fast);
     }
     src.Advance(src_line, src_gap);
     dst.Advance(dst_line, dst_gap);
   }
 }
 
-// Walks a route's lines with vector policy V; BestVec chooses per call.
-template <Fmt S, Fmt D, class V = DefaultVec>
-void WalkRoute(const buffer::ConversionPair& p) {
-  if constexpr (std::is_same_v<V, BestVec>) {
-#if QVI_HAVE_AVX2
-    using R = Reader<S>;
-    using W = Writer<D>;
-    if constexpr (avx512::kHasKernel<R, W>) {
-      if (CpuHasAvx512()) {
-        WalkLines<typename RouteLine<S, D, avx512::Vec>::type>(p);
-        return qvi::avx2::LeaveAvx2();
-      }
-    }
-    if constexpr (sse2::kLineKernel<R, W> != sse2::LineKernel::kNone) {
-      if (CpuHasAvx2()) {
-        if (avx2::kMaskedStoresPay<R, W> && CpuHasMaskedStores()) {
-          WalkLines<typename RouteLine<S, D, std::conditional_t<avx2::kMaskedStoresPay<R, W>, avx2::MaskedVec,
-                                                                 avx2::Vec>>::type>(p);
-        } else {
-          WalkLines<typename RouteLine<S, D, avx2::Vec>::type>(p);
-        }
-        return qvi::avx2::LeaveAvx2();
-      }
-    }
-    WalkLines<typename RouteLine<S, D, sse2::Vec>::type>(p);
-#endif
-  } else {
-    WalkLines<typename RouteLine<S, D, V>::type>(p);
-  }
+// Walks a route's lines with its fast kernel in the best set up to `isa`.
+template <Fmt S, Fmt D>
+void WalkRoute(const buffer::ConversionPair& p, Isa isa) {
+  constexpr size_t kRoute = RouteIndex(S, D);
+  static_assert(kRoute < kRouteKernels.size(), "a route of routes.def");
+  WalkLines<typename RouteLine<S, D>::type>(p, LineKernelOf(kRoute, isa));
 }
 
 }  // namespace qvi::convert

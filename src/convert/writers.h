@@ -41,9 +41,10 @@ struct Writer<Fmt::Y32> {
 
 // 16-bit words of 5:6:5 (kGreenBits 6) or 5:5:5 (kGreenBits 5, bit 15
 // zero): kRedHigh chooses which of red and blue takes the high five bits.
-template <bool kRedHigh, uint32_t kGreenBits>
+template <bool kRedHigh, uint32_t kGreen>
 struct Packed16Writer {
   static constexpr bool kRedInHighField = kRedHigh;
+  static constexpr uint32_t kGreenBits = kGreen;
   static constexpr uint32_t kBytes = 2;
   template <class P>
   static void Put(uint8_t* d, const P& p) {

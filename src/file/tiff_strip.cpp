@@ -28,8 +28,10 @@ void WriteZeros(BoundaryWriter& out, uint64_t bytes) {
 }
 
 template <class Row>
-void WalkStrip(FILE* stream, const StripSource& image) {
+void WalkStrip(FILE* stream, const StripSource& image, Isa isa) {
   if (image.width == 0 || image.height == 0) return;
+  const convert::LineKernel fast =
+      Row::kFastRoute < convert::kRouteKernels.size() ? convert::LineKernelOf(Row::kFastRoute, isa) : convert::LineKernel{};
   constexpr uint32_t kPixelBytes = Row::kBytesPerPixel;
   const uint64_t line_bytes = uint64_t{image.width} * kPixelBytes;
   const uint32_t gap = buffer::LineGap(image.stride, image.width * kPixelBytes, Row::kGapRounding);
@@ -63,7 +65,7 @@ void WalkStrip(FILE* stream, const StripSource& image) {
     for (uint32_t left = image.width; left > 0;) {
       if (used == kBlockBytes) flush();
       const uint32_t n = std::min(left, (kBlockBytes - used) / kPixelBytes);
-      Row::Convert(block + used, in, n);
+      Row::Convert(block + used, in, n, fast);
       used += n * kPixelBytes;
       in += uint64_t{n} * kPixelBytes;
       left -= n;
@@ -75,18 +77,11 @@ void WalkStrip(FILE* stream, const StripSource& image) {
 
 }  // namespace
 
-void WriteStrip(FILE* stream, const StripSource& image, Pixels pixels) {
+void WriteStrip(FILE* stream, const StripSource& image, Pixels pixels, Isa isa) {
   switch (pixels) {
-    case Pixels::Grey8: return WalkStrip<Grey8Row>(stream, image);
-    case Pixels::ReversedTriplet:
-#if QVI_USE_AVX2
-      if (CpuHasAvx2()) {
-        WalkStrip<ReversedTripletRow<avx2::Vec>>(stream, image);
-        return qvi::avx2::LeaveAvx2();
-      }
-#endif
-      return WalkStrip<ReversedTripletRow<>>(stream, image);
-    case Pixels::Grey16BigEndian: return WalkStrip<Grey16BigEndianRow>(stream, image);
+    case Pixels::Grey8: return WalkStrip<Grey8Row>(stream, image, isa);
+    case Pixels::ReversedTriplet: return WalkStrip<ReversedTripletRow>(stream, image, isa);
+    case Pixels::Grey16BigEndian: return WalkStrip<Grey16BigEndianRow>(stream, image, isa);
   }
 }
 

@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <cstdio>
 
+#include "buffer/dispatch.h"
 #include "file/tiff_layout.h"
 
 namespace qvi::file::tiff {
@@ -21,7 +22,8 @@ struct StripSource {
 // samples).  Only the stride x height bytes from the address are read: from
 // the first line that would leave them to the end of the strip, zero bytes
 // are written instead, so the strip always has its full length.  Write
-// errors are left in the stream for fclose to report.
-void WriteStrip(FILE* stream, const StripSource& image, Pixels pixels);
+// errors are left in the stream for fclose to report.  Fast kernels of the
+// best set up to `isa` reorder the bytes.
+void WriteStrip(FILE* stream, const StripSource& image, Pixels pixels, Isa isa);
 
 }  // namespace qvi::file::tiff

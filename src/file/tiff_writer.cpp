@@ -120,7 +120,7 @@ Status WriteTiff(FILE* stream, uint32_t format, const StripSource& image) {
     QVI_fput_ui32m(stream, static_cast<uint32_t>(at));
     std::fseek(stream, at + static_cast<long>(content.Bytes()), SEEK_SET);
   }
-  WriteStrip(stream, image, layout->pixels);
+  WriteStrip(stream, image, layout->pixels, Chosen());
   return STATUS_OK;
 }
 

@@ -1,7 +1,9 @@
 // The fast row kernels against the portable ones: the same walkers run once
-// with NoVec and once with each vector policy the processor can run, on the
-// same random input, and whole destination buffers (canary-filled, with
-// padding and bytes around the image) must come out identical.  Widths
+// with the portable code and once with each instruction set of the build's
+// list (buffer/isas.h) that the processor runs and that has kernels of its
+// own for the job, on the same random input, and whole destination buffers
+// (canary-filled, with padding and bytes around the image) must come out
+// identical.  Widths
 // straddle one and two vector blocks, strides are tight, odd and padded,
 // addresses unaligned; values include the extremes and deep samples wider
 // than their depth.  Sources end exactly where the portable path's documented
@@ -16,6 +18,7 @@
 
 #include "bayer/demosaic.h"
 #include "bayer_support.h"
+#include "buffer/dispatch.h"
 #include "buffer/formats.h"
 #include "buffer/simd.h"
 #include "convert/lines.h"
@@ -25,7 +28,6 @@
 namespace qvi::test {
 namespace {
 
-#if QVI_HAVE_SSE2 || QVI_HAVE_NEON
 
 // Geometry number `i` of a sweep: stride extras, offsets and value patterns
 // rotate with different periods so that they meet every width.
@@ -50,38 +52,23 @@ struct Geometry {
   }
 };
 
-// A kernel's portable variant and its fast ones: SSE2, AVX2, AVX2 with masked
-// stores, AVX-512, NEON (null where the kernel has no such variant).
-template <class F>
-struct Twins {
-  F portable;
-  F fast[5];
-  const char* name = "";
-};
-
-constexpr const char* kKindNames[] = {"SSE2 ", "AVX2 ", "AVX2 masked ", "AVX-512 ", "NEON "};
-bool CanRun(int kind) {
-  if (kind == 4) return QVI_HAVE_NEON;
-  return QVI_HAVE_SSE2 &&
-         (kind == 0 || (kind == 3 ? CpuHasAvx512() : CpuHasAvx2() && (kind == 1 || CpuHasMaskedStores())));
-}
-
-// Runs `run(kernel, out)` with each variant the processor can run, `out`
-// being g.dst_offset bytes into a buffer of its own: canary, then `bytes`
-// for the image, then 7 more canary bytes.  Every fast variant's whole
-// buffer must equal the portable one's.
-template <class F, class Run>
-::testing::AssertionResult SameAsPortable(const Twins<F>& twins, const Geometry& g, uint64_t bytes, Run run) {
+// Runs `run(isa, out)` with the portable code and with each set of the
+// build's list that the processor runs and `own` holds, `out` being
+// g.dst_offset bytes into a buffer of its own: canary, then `bytes` for the
+// image, then 7 more canary bytes.  Every set's whole buffer must equal the
+// portable one's.
+template <class Run>
+::testing::AssertionResult SameAsPortable(const Geometry& g, uint64_t bytes, IsaSet own, Run run) {
   std::vector<uint8_t> portable(g.dst_offset + bytes + 7, kCanary), fast;
-  run(twins.portable, portable.data() + g.dst_offset);
-  for (int kind = 0; kind < 5; ++kind) {
-    if (!CanRun(kind) || twins.fast[kind] == nullptr) continue;
+  run(Isa::portable, portable.data() + g.dst_offset);
+  for (Isa isa : kIsas) {
+    if (!own.Has(isa) || !Runs(isa)) continue;
     fast.assign(portable.size(), kCanary);
-    run(twins.fast[kind], fast.data() + g.dst_offset);
+    run(isa, fast.data() + g.dst_offset);
     const auto at = std::mismatch(portable.begin(), portable.end(), fast.begin()).first - portable.begin();
     if (at != std::ssize(portable))
-      return ::testing::AssertionFailure() << kKindNames[kind] << twins.name << "byte " << at << " of " << portable.size()
-                                           << " is " << int(fast[at]) << ", not " << int(portable[at]) << "; strides +"
+      return ::testing::AssertionFailure() << NameOf(isa) << ": byte " << at << " of " << portable.size() << " is "
+                                           << int(fast[at]) << ", not " << int(portable[at]) << "; strides +"
                                            << g.src_extra << " +" << g.dst_extra << " offsets " << g.src_offset << " "
                                            << g.dst_offset;
   }
@@ -92,24 +79,32 @@ template <class F, class Run>
 
 using Entry = Status (*)(BufferHandle, BufferHandle, uint32_t);
 
+using Entries = std::array<Entry, kIsaCount>;
 template <class M>
-Twins<Entry> DemosaicVariants() {
+Entries DemosaicVariants() {
   using bayer::Demosaic;
-  Twins<Entry> t{&Demosaic<M, bayer::NoVec>, {}};
+  Entries e{};
+  e[size_t(Isa::portable)] = &Demosaic<M, bayer::NoVec>;
 #if QVI_HAVE_SSE2
-  t.fast[0] = &Demosaic<M, bayer::sse2::Vec>;
-  t.fast[1] = &Demosaic<M, bayer::avx2::Vec>;
-  if constexpr (bayer::kMaskedStoresPay<M>) t.fast[2] = &Demosaic<M, bayer::avx2::MaskedVec>;
+  e[size_t(Isa::sse2)] = &Demosaic<M, bayer::sse2::Vec>;
+  e[size_t(Isa::avx2)] = &Demosaic<M, bayer::avx2::Vec>;
+  if constexpr (bayer::kMaskedStoresPay<M>) e[size_t(Isa::avx512bw)] = &Demosaic<M, bayer::avx2::MaskedVec>;
 #else
-  t.fast[4] = &Demosaic<M, bayer::neon::Vec>;
+  e[size_t(Isa::neon)] = &Demosaic<M, bayer::neon::Vec>;
 #endif
-  return t;
+  return e;
+}
+IsaSet Own(const Entries& e) {
+  IsaSet own;
+  for (Isa isa : kIsas)
+    if (isa != Isa::portable && e[size_t(isa)] != nullptr) own = own | IsaSet{isa};
+  return own;
 }
 
 #define QVI_MEMBER(depth, packing, method, phase, deviations)                                                   \
   DemosaicVariants<bayer::Member<bayer::Depth::depth, bayer::Packing::packing, bayer::Method::method,           \
                                  bayer::Phase::phase, bayer::deviations>>(),
-const Twins<Entry> kDemosaicTwins[] = {
+const Entries kDemosaicTwins[] = {
 #include "bayer/members.def"
 };
 #undef QVI_MEMBER
@@ -130,8 +125,10 @@ TEST(Differential, EveryDemosaicMemberMatchesThePortableLoop) {
         const uint32_t src_stride = w * sample + g.src_extra, dst_stride = w * pixel + g.dst_extra;
         const auto src = g.Source(uint64_t{src_stride} * h + member.over_read_samples(w, h) * sample, bits, rng);
         const BufferHandle source = AddFakeBuffer(src.data() + g.src_offset, member.source_format(), w, h, src_stride);
-        ASSERT_TRUE(SameAsPortable(kDemosaicTwins[m], g, uint64_t{dst_stride} * h, [&](Entry entry, uint8_t* out) {
-          EXPECT_EQ(entry(source, AddFakeBuffer(out, member.destination_format(), w, h, dst_stride), bits), STATUS_OK);
+        const Entries& entries = kDemosaicTwins[m];
+        ASSERT_TRUE(SameAsPortable(g, uint64_t{dst_stride} * h, Own(entries), [&](Isa isa, uint8_t* out) {
+          EXPECT_EQ(entries[size_t(isa)](source, AddFakeBuffer(out, member.destination_format(), w, h, dst_stride), bits),
+                    STATUS_OK);
         })) << member.name << " " << w << "x" << h << " bits " << bits;
       }
     }
@@ -140,32 +137,16 @@ TEST(Differential, EveryDemosaicMemberMatchesThePortableLoop) {
 
 // ---- Conversions: every pixel route, through the line walker. ----
 
-using Walk = void (*)(const buffer::ConversionPair&);
+using Walk = void (*)(const buffer::ConversionPair&, Isa);
 struct Route {
   Fmt source, destination;
-  Twins<Walk> twins;
+  Walk walk;
+  IsaSet own;
 };
 
-template <Fmt S, Fmt D>
-Route RouteVariants() {
-  using convert::WalkRoute;
-  Route r{S, D, {&WalkRoute<S, D, convert::NoVec>, {}}};
-#if QVI_HAVE_SSE2
-  using R = convert::Reader<S>;
-  using W = convert::Writer<D>;
-  r.twins.fast[0] = &WalkRoute<S, D, convert::sse2::Vec>;
-  r.twins.fast[1] = &WalkRoute<S, D, convert::avx2::Vec>;
-  if constexpr (convert::avx2::kMaskedStoresPay<R, W>) r.twins.fast[2] = &WalkRoute<S, D, convert::avx2::MaskedVec>;
-  if constexpr (convert::avx512::kHasKernel<R, W>) r.twins.fast[3] = &WalkRoute<S, D, convert::avx512::Vec>;
-#endif
-#if QVI_HAVE_NEON
-  r.twins.fast[4] = &WalkRoute<S, D, convert::neon::Vec>;
-#endif
-  return r;
-}
-
-#define QVI_PIXELS(S, D) RouteVariants<Fmt::S, Fmt::D>(),
-#define QVI_COPY(S, D) QVI_PIXELS(S, D)
+#define QVI_PIXELS(S, D, ...) \
+  Route{Fmt::S, Fmt::D, &convert::WalkRoute<Fmt::S, Fmt::D>, convert::kRouteKernels[convert::RouteIndex(Fmt::S, Fmt::D)].sets},
+#define QVI_COPY(S, D, ...) QVI_PIXELS(S, D)
 #define QVI_BAYER(S, D)
 const Route kRoutes[] = {
 #include "convert/routes.def"
@@ -193,7 +174,9 @@ TEST(Differential, EveryConversionRouteMatchesThePortableLoop) {
         p.src_height = p.dst_height = h;
         auto src = g.Source(uint64_t{p.src_stride} * h, 0, rng);
         p.src = src.data() + g.src_offset;
-        ASSERT_TRUE(SameAsPortable(route.twins, g, uint64_t{p.dst_stride} * h, [&](Walk walk, uint8_t* out) { p.dst = out, walk(p); }))
+        ASSERT_TRUE(SameAsPortable(g, uint64_t{p.dst_stride} * h, route.own, [&](Isa isa, uint8_t* out) {
+          p.dst = out, route.walk(p, isa);
+        }))
             << "route " << int(route.source) << " -> " << int(route.destination) << " " << w << "x" << h;
       }
     }
@@ -204,78 +187,69 @@ TEST(Differential, EveryConversionRouteMatchesThePortableLoop) {
 // TIFF strip's row, which has the same shape of call. ----
 
 using RowKernel = void (*)(const uint8_t*, const uint8_t*, uint8_t*, uint32_t);
+using Rows = std::array<RowKernel, kIsaCount>;
 
-// The TIFF strip's BGR24 pixels in file order, from one source line.
-template <class V>
+// The TIFF strip's BGR24 pixels in file order, from one source line, with
+// the kernels of one set.
+template <Isa kIsa>
 void TiffTriplets(const uint8_t* line, const uint8_t*, uint8_t* out, uint32_t n) {
-  file::tiff::ReversedTripletRow<V>::Convert(out, line, n / 3);
+  using Row = file::tiff::ReversedTripletRow;
+  Row::Convert(out, line, n / 3, convert::LineKernelOf(Row::kFastRoute, kIsa));
+}
+template <size_t... I>
+Rows TiffRows(std::index_sequence<I...>) {
+  return {&TiffTriplets<Isa(I)>...};
 }
 
-// The vector policies of a subsystem's rows.
-template <class NoV, class Sse2, class Avx2, class Neon>
-struct Policies {
-  using No = NoV;
-  using Sse2Vec = Sse2;
-  using Avx2Vec = Avx2;
-  using NeonVec = Neon;
-};
+// The row `of.operator()<V>()` with the portable policy and each fast one built here.
+template <class Of>
+Rows RowVariants(Of of) {
+  Rows t{};
+  t[size_t(Isa::portable)] = of.template operator()<field::NoVec>();
 #if QVI_HAVE_SSE2
-using FieldPolicies = Policies<field::NoVec, field::sse2::Vec, field::avx2::Vec, void>;
-using TiffPolicies = Policies<file::tiff::NoVec, file::tiff::sse2::Vec, file::tiff::avx2::Vec, void>;
+  t[size_t(Isa::sse2)] = of.template operator()<field::sse2::Vec>();
+  t[size_t(Isa::avx2)] = of.template operator()<field::avx2::Vec>();
 #else
-using FieldPolicies = Policies<field::NoVec, void, void, field::neon::Vec>;
-using TiffPolicies = Policies<file::tiff::NoVec, void, void, file::tiff::neon::Vec>;
-#endif
-
-// The kernel `of.operator()<V>()` for the portable policy and each fast one built here.
-template <class P, class Of>
-Twins<RowKernel> RowVariants(Of of, const char* name) {
-  Twins<RowKernel> t{of.template operator()<typename P::No>(), {}, name};
-#if QVI_HAVE_SSE2
-  t.fast[0] = of.template operator()<typename P::Sse2Vec>();
-  t.fast[1] = of.template operator()<typename P::Avx2Vec>();
-#else
-  t.fast[4] = of.template operator()<typename P::NeonVec>();
+  t[size_t(Isa::neon)] = of.template operator()<field::neon::Vec>();
 #endif
   return t;
 }
 
 template <field::Shape S, class Op>
-Twins<RowKernel> Interpolated(const char* name) {
-  return RowVariants<FieldPolicies>([]<class V>() -> RowKernel { return &field::InterpolatedRow<S, Op, V>; }, name);
+Rows Interpolated() {
+  return RowVariants([]<class V>() -> RowKernel { return &field::InterpolatedRow<S, Op, V>; });
 }
 
 TEST(Differential, EveryDeinterlacingRowMatchesThePortableLoop) {
   using field::Bilinear;
   using field::Median;
   using field::Shape;
-  const Twins<RowKernel> rows[] = {
-      RowVariants<FieldPolicies>([]<class V>() -> RowKernel { return &field::MeanRow<V>; }, "mean "),
-      Interpolated<Shape::Grey8, Bilinear>("bilinear grey "), Interpolated<Shape::Triple, Bilinear>("bilinear triple "),
-      Interpolated<Shape::Quad, Bilinear>("bilinear quad "), Interpolated<Shape::Yuv422, Bilinear>("bilinear 4:2:2 "),
-      Interpolated<Shape::Grey8, Median>("median grey "), Interpolated<Shape::Triple, Median>("median triple "),
-      Interpolated<Shape::Quad, Median>("median quad "), Interpolated<Shape::Yuv422, Median>("median 4:2:2 "),
-      RowVariants<TiffPolicies>([]<class V>() -> RowKernel { return &TiffTriplets<V>; }, "TIFF "),
+  const IsaSet base = convert::kernel_sets::base;
+  const std::tuple<const char*, Rows, IsaSet> rows[] = {
+      {"mean", RowVariants([]<class V>() -> RowKernel { return &field::MeanRow<V>; }), base},
+      {"bilinear grey", Interpolated<Shape::Grey8, Bilinear>(), base},
+      {"bilinear triple", Interpolated<Shape::Triple, Bilinear>(), base},
+      {"bilinear quad", Interpolated<Shape::Quad, Bilinear>(), base},
+      {"bilinear 4:2:2", Interpolated<Shape::Yuv422, Bilinear>(), base},
+      {"median grey", Interpolated<Shape::Grey8, Median>(), base},
+      {"median triple", Interpolated<Shape::Triple, Median>(), base},
+      {"median quad", Interpolated<Shape::Quad, Median>(), base},
+      {"median 4:2:2", Interpolated<Shape::Yuv422, Median>(), base},
+      {"TIFF", TiffRows(std::make_index_sequence<kIsaCount>{}), convert::kRouteKernels[file::tiff::ReversedTripletRow::kFastRoute].sets},
   };
   std::mt19937 rng(13);
   uint32_t i = 0;
-  for (const Twins<RowKernel>& row : rows) {
+  for (const auto& [name, row, own] : rows) {
     for (uint32_t n = 0; n <= 200; ++n) {
       const Geometry g(i++);
       // The two field lines back to back, the allocation ending with the second.
       const auto lines = g.Source(2 * n, 0, rng);
       const uint8_t* above = lines.data() + g.src_offset;
-      ASSERT_TRUE(SameAsPortable(row, g, n, [&](RowKernel kernel, uint8_t* out) { kernel(above, above + n, out, n); }))
-          << "over " << n << " bytes";
+      ASSERT_TRUE(SameAsPortable(g, n, own, [&](Isa isa, uint8_t* out) { row[size_t(isa)](above, above + n, out, n); }))
+          << name << " over " << n << " bytes";
     }
   }
 }
-
-#else
-
-TEST(Differential, NeedsVectorKernels) { GTEST_SKIP() << "no vector kernels on this processor"; }
-
-#endif
 
 }  // namespace
 }  // namespace qvi::test

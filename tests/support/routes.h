@@ -15,8 +15,8 @@ struct Route {
 
 inline const std::vector<Route>& ConversionRoutes() {
   static const std::vector<Route> routes = {
-#define QVI_COPY(S, D) {Fmt::S, Fmt::D, false},
-#define QVI_PIXELS(S, D) {Fmt::S, Fmt::D, false},
+#define QVI_COPY(S, D, ...) {Fmt::S, Fmt::D, false},
+#define QVI_PIXELS(S, D, ...) {Fmt::S, Fmt::D, false},
 #define QVI_BAYER(S, D) {Fmt::S, Fmt::D, true},
 #include "convert/routes.def"
 #undef QVI_COPY

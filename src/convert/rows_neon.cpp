@@ -1,27 +1,21 @@
 // NEON line kernels of the conversions (64-bit Arm, where NEON is part of
 // every processor), sixteen pixels a block: the routes and the arithmetic of
-// the SSE2 kernels.  The structure loads and stores (vld3/vst3, vld4/vst4)
-// split packed 24- and 32-bit pixels into planes of one channel and back.
-// Each block reads and writes exactly the bytes of its pixels (X bytes of
-// colour pixels are loaded and stored back unchanged); the portable loop
-// finishes the line.
-#pragma once
+// the SSE2 kernels (see line_kernels.h).  The structure loads and stores
+// (vld3/vst3, vld4/vst4) split packed 24- and 32-bit pixels into planes of
+// one channel and back; X bytes of colour pixels are loaded and stored back
+// unchanged.
+#include "buffer/isa_namespace.h"
 
 #include <arm_neon.h>
 
 #include <cstdint>
-#include <type_traits>
 
 #include "convert/line_kernels.h"
 
-namespace qvi::convert::neon {
+namespace qvi::convert::QVI_ISA {
+namespace {
 
-inline constexpr uint32_t kBlock = 16;
-
-// Names this set of kernels: each takes it first (see KernelVec).
-struct Isa {
-  static constexpr uint32_t kBlock = neon::kBlock;
-};
+constexpr uint32_t kBlock = 16;
 
 // Sixteen pixels as planes of their 8-bit channels.
 struct Planes {
@@ -32,7 +26,7 @@ struct Planes {
 // deep sample, as the portable reader keeps them.
 template <class R>
 uint8x16_t GreyBytes(const uint8_t* s) {
-  if constexpr (std::is_same_v<R, Reader<Fmt::Y8>>) {
+  if constexpr (R::kBytes == 1) {
     return vld1q_u8(s);
   } else {
     constexpr int kShift = static_cast<int>(R::kSignificantBits) - 8;
@@ -46,7 +40,7 @@ uint8x16_t GreyBytes(const uint8_t* s) {
 template <class W>
 void StoreColours(uint8_t* d, const Planes& c) {
   const uint8x16_t first = W::kRedFirst ? c.r : c.b, last = W::kRedFirst ? c.b : c.r;
-  if constexpr (kBytes24<W>) {
+  if constexpr (W::kBytes == 3) {
     vst3q_u8(d, uint8x16x3_t{{first, c.g, last}});
   } else {
     uint8x16x4_t q = vld4q_u8(d);
@@ -58,13 +52,13 @@ void StoreColours(uint8_t* d, const Planes& c) {
 }
 
 template <class R, class W>
-uint32_t GreyRows(Isa, const uint8_t* s, uint8_t* d, uint32_t w) {
+uint32_t GreyRows(const uint8_t* s, uint8_t* d, uint32_t w) {
   uint32_t x = 0;
   for (; w - x >= kBlock; x += kBlock, s += kBlock * R::kBytes, d += kBlock * W::kBytes) {
     const uint8x16_t v = GreyBytes<R>(s);
-    if constexpr (std::is_same_v<W, Writer<Fmt::Y8>>) {
+    if constexpr (W::kBytes == 1) {
       vst1q_u8(d, v);
-    } else if constexpr (kBytes24<W>) {
+    } else if constexpr (W::kBytes == 3) {
       vst3q_u8(d, uint8x16x3_t{{v, v, v}});
     } else {
       vst4q_u8(d, uint8x16x4_t{{v, v, v, v}});  // grey fills the X byte too
@@ -84,7 +78,7 @@ uint16x8_t Field(uint8x8_t channel) {
 template <class W>
 uint16x8_t PackedWords(uint8x8_t b, uint8x8_t g, uint8x8_t r) {
   const uint8x8_t high = W::kRedInHighField ? r : b, low = W::kRedInHighField ? b : r;
-  if constexpr (k565<W>) {
+  if constexpr (W::kGreenBits == 6) {
     return vorrq_u16(vorrq_u16(Field<5, 16>(high), Field<6, 11>(g)), Field<5, 5>(low));
   } else {
     return vorrq_u16(vorrq_u16(Field<5, 15>(high), Field<5, 10>(g)), Field<5, 5>(low));
@@ -92,12 +86,12 @@ uint16x8_t PackedWords(uint8x8_t b, uint8x8_t g, uint8x8_t r) {
 }
 
 template <class W>
-uint32_t Bgr24Rows(Isa, const uint8_t* s, uint8_t* d, uint32_t w) {
+uint32_t Bgr24Rows(const uint8_t* s, uint8_t* d, uint32_t w) {
   uint32_t x = 0;
   for (; w - x >= kBlock; x += kBlock, s += 3 * kBlock, d += kBlock * W::kBytes) {
     const uint8x16x3_t v = vld3q_u8(s);
     const Planes c{v.val[0], v.val[1], v.val[2]};
-    if constexpr (kBytes24<W> || kBytes32<W>) {
+    if constexpr (W::kBytes != 2) {
       StoreColours<W>(d, c);
     } else {
       vst1q_u16(reinterpret_cast<uint16_t*>(d), PackedWords<W>(vget_low_u8(c.b), vget_low_u8(c.g), vget_low_u8(c.r)));
@@ -109,7 +103,7 @@ uint32_t Bgr24Rows(Isa, const uint8_t* s, uint8_t* d, uint32_t w) {
 }
 
 // FMT_BGRX32 into FMT_BGR24: bytes 0 to 2 written in reverse order.
-inline uint32_t ReversedBgrx32Rows(Isa, const uint8_t* s, uint8_t* d, uint32_t w) {
+uint32_t ReversedBgrx32Rows(const uint8_t* s, uint8_t* d, uint32_t w) {
   uint32_t x = 0;
   for (; w - x >= kBlock; x += kBlock, s += 4 * kBlock, d += 3 * kBlock) {
     const uint8x16x4_t v = vld4q_u8(s);
@@ -123,10 +117,10 @@ inline uint32_t ReversedBgrx32Rows(Isa, const uint8_t* s, uint8_t* d, uint32_t w
 struct Chroma8 {
   int16x8_t to_b, from_g, to_r;
 };
-inline int16x8_t Shifted10(int32x4_t lo, int32x4_t hi) {
+int16x8_t Shifted10(int32x4_t lo, int32x4_t hi) {
   return vcombine_s16(vmovn_s32(vshrq_n_s32(lo, 10)), vmovn_s32(vshrq_n_s32(hi, 10)));
 }
-inline Chroma8 ChromaOf(uint8x8_t u8, uint8x8_t v8) {
+Chroma8 ChromaOf(uint8x8_t u8, uint8x8_t v8) {
   const int16x8_t u = vsubq_s16(vreinterpretq_s16_u16(vmovl_u8(u8)), vdupq_n_s16(128));
   const int16x8_t v = vsubq_s16(vreinterpretq_s16_u16(vmovl_u8(v8)), vdupq_n_s16(128));
   const int16x4_t ul = vget_low_s16(u), uh = vget_high_s16(u), vl = vget_low_s16(v), vh = vget_high_s16(v);
@@ -136,13 +130,13 @@ inline Chroma8 ChromaOf(uint8x8_t u8, uint8x8_t v8) {
 }
 
 // Eight luma values plus a term, clamped to 0..255.
-inline uint8x8_t Plus(uint8x8_t luma, int16x8_t term) {
+uint8x8_t Plus(uint8x8_t luma, int16x8_t term) {
   return vqmovun_s16(vaddq_s16(vreinterpretq_s16_u16(vmovl_u8(luma)), term));
 }
 
 // FMT_YUV422 pairs: sixteen pixels from 32 bytes Y0 U Y1 V.
 template <class W>
-uint32_t Yuv422Rows(Isa, const uint8_t* s, uint8_t* d, uint32_t w) {
+uint32_t Yuv422Rows(const uint8_t* s, uint8_t* d, uint32_t w) {
   uint32_t x = 0;
   for (; w - x >= kBlock; x += kBlock, s += 2 * kBlock, d += kBlock * W::kBytes) {
     const uint8x8x4_t v = vld4_u8(s);  // eight pairs: first luma, u, second luma, v
@@ -159,6 +153,25 @@ uint32_t Yuv422Rows(Isa, const uint8_t* s, uint8_t* d, uint32_t w) {
   return x;
 }
 
-using Vec = KernelVec<Isa>;
+struct Kernels {
+  static constexpr uint32_t kBlock = QVI_ISA::kBlock;
+  template <class R, class W>
+  static uint32_t Grey(const uint8_t* s, uint8_t* d, uint32_t w) {
+    return GreyRows<R, W>(s, d, w);
+  }
+  template <class W>
+  static uint32_t Bgr24(const uint8_t* s, uint8_t* d, uint32_t w) {
+    return Bgr24Rows<W>(s, d, w);
+  }
+  static uint32_t ReversedBgrx32(const uint8_t* s, uint8_t* d, uint32_t w) { return ReversedBgrx32Rows(s, d, w); }
+  template <class W>
+  static uint32_t Yuv422(const uint8_t* s, uint8_t* d, uint32_t w) {
+    return Yuv422Rows<W>(s, d, w);
+  }
+};
 
-}  // namespace qvi::convert::neon
+}  // namespace
+
+const LineKernels kLineKernels = MakeLineKernels<Isa::QVI_ISA, Kernels>();
+
+}  // namespace qvi::convert::QVI_ISA

@@ -1,37 +1,22 @@
-// AVX-512 line kernels of the conversions.  4:2:2 luma/chroma into the
-// 32-bit formats runs 512 bits wide, sixty-four pixels a block, with the
-// AVX2 kernel's arithmetic; X bytes are never read, the colour bytes around
-// them are stored with byte masks.  BGR24 into the 5:6:5 and 5:5:5 formats,
-// BGRX32 into BGR24, deep grey into 8-bit grey and 8-bit grey into the
-// 24-bit formats run 256 bits wide: byte permutes (VBMI) and three-input
-// logic replace the AVX2 kernels' chains of shuffles, shifts and masks.
-// (Measured: 512-bit loads and stores made the first three slower on large
-// frames than the AVX2 kernels, though faster in cache.)  Each kernel reads and writes exactly
-// its pixels' bytes and hands what is left of a line to the AVX2 kernel of
-// its route, or to the portable loop.
-#pragma once
-
+// AVX-512 line kernels of the conversions (F, BW, VL and VBMI; see
+// line_kernels.h).  4:2:2 luma/chroma into the 32-bit formats runs 512 bits
+// wide, sixty-four pixels a block, with the AVX2 kernel's arithmetic; X bytes
+// are never read, the colour bytes around them are stored with byte masks.
+// BGR24 into the 5:6:5 and 5:5:5 formats, BGRX32 into BGR24, deep grey into
+// 8-bit grey and 8-bit grey into the 24-bit formats run 256 bits wide: byte
+// permutes (VBMI) and three-input logic replace the AVX2 kernels' chains of
+// shuffles, shifts and masks.  (Measured: 512-bit loads and stores made the
+// first three slower on large frames than the AVX2 kernels, though faster in
+// cache.)  The 4:2:2 kernel hands what is left of a line to the AVX2 kernel
+// of its route, compiled here with masked stores.
 #include <immintrin.h>
 
 #include <cstdint>
-#include <type_traits>
 
-#include "convert/rows_avx2.h"
+#include "convert/kernels_avx2.h"
 
-namespace qvi::convert::avx512 {
-
-using sse2::kBytes32;
-using sse2::kLineKernel;
-using sse2::LineKernel;
-
-// Routes with a kernel here.
-template <class R, class W>
-inline constexpr bool kHasKernel = (kLineKernel<R, W> == LineKernel::kYuv422 && kBytes32<W>) ||
-                                   (kLineKernel<R, W> == LineKernel::kBgr24 && (sse2::k565<W> || sse2::k555<W>)) ||
-                                   kLineKernel<R, W> == LineKernel::kReversedBgrx32 ||
-                                   (kLineKernel<R, W> == LineKernel::kGrey && std::is_same_v<W, Writer<Fmt::Y8>> &&
-                                    !std::is_same_v<R, Reader<Fmt::Y8>>) ||
-                                   (std::is_same_v<R, Reader<Fmt::Y8>> && sse2::kBytes24<W>);
+namespace qvi::convert::QVI_ISA {
+namespace {
 
 // A table of N byte indices (32 or 64), for the byte permutes and shuffles.
 template <int N>
@@ -44,9 +29,9 @@ constexpr Table<N> MakeTable(F index_of) {
   for (int i = 0; i < N; ++i) t.b[i] = static_cast<uint8_t>(index_of(i));
   return t;
 }
-QVI_AVX512 inline __m512i Load(const Table<64>& t) { return _mm512_load_si512(t.b); }
-QVI_AVX512 inline __m256i Load(const Table<32>& t) { return _mm256_load_si256(reinterpret_cast<const __m256i*>(t.b)); }
-QVI_AVX512 inline __m512i LoadU(const uint8_t* p) { return _mm512_loadu_si512(p); }
+__m512i Load(const Table<64>& t) { return _mm512_load_si512(t.b); }
+__m256i Load(const Table<32>& t) { return _mm256_load_si256(reinterpret_cast<const __m256i*>(t.b)); }
+__m512i LoadU(const uint8_t* p) { return _mm512_loadu_si512(p); }
 
 // ---- 4:2:2 luma/chroma into the 32-bit formats: 64 pixels a block. ----
 
@@ -54,13 +39,13 @@ QVI_AVX512 inline __m512i LoadU(const uint8_t* p) { return _mm512_loadu_si512(p)
 inline constexpr Table<64> kEvenWords = MakeTable<64>([](int i) { return (i % 16) / 4 * 4 + i % 2; });
 inline constexpr Table<64> kOddWords = MakeTable<64>([](int i) { return (i % 16) / 4 * 4 + 2 + i % 2; });
 
-// As avx2::Chroma, for sixteen pairs.  64 (c - 128) comes from the chroma
+// As Avx2Kernels::Chroma, for sixteen pairs.  64 (c - 128) comes from the chroma
 // byte with its top bit flipped, as the high byte of a word, shifted right
 // arithmetically by two.
 struct ChromaTerms {
   __m512i to_b, from_g, to_r;
 };
-QVI_AVX512 inline ChromaTerms Chroma(__m512i v, __m512i even, __m512i odd) {
+ChromaTerms Chroma(__m512i v, __m512i even, __m512i odd) {
   // 0x6A: (first & second) ^ third.
   const __m512i flipped = _mm512_ternarylogic_epi32(v, _mm512_set1_epi16(static_cast<short>(0xFF00)),
                                                     _mm512_set1_epi16(static_cast<short>(0x8000)), 0x6A);
@@ -71,12 +56,12 @@ QVI_AVX512 inline ChromaTerms Chroma(__m512i v, __m512i even, __m512i odd) {
 }
 
 // Quadword k of a pair of registers: k < 8 from the first, 8 + j is the second's j.
-QVI_AVX512 inline __m512i Quadwords(long long q0, long long q1, long long q2, long long q3) {
+__m512i Quadwords(long long q0, long long q1, long long q2, long long q3) {
   return _mm512_setr_epi64(q0, q0 + 1, q1, q1 + 1, q2, q2 + 1, q3, q3 + 1);
 }
 
 template <class W>
-QVI_AVX512 uint32_t Yuv422Rows(const uint8_t* s, uint8_t* d, uint32_t w) {
+uint32_t Yuv422Rows(const uint8_t* s, uint8_t* d, uint32_t w) {
   const __m512i even = Load(kEvenWords), odd = Load(kOddWords);
   const __m512i low = _mm512_set1_epi16(0x00FF);
   // Lanes of the unpacked pixels, four pixels each, to pixel order (see below).
@@ -116,7 +101,7 @@ QVI_AVX512 uint32_t Yuv422Rows(const uint8_t* s, uint8_t* d, uint32_t w) {
     _mm512_mask_storeu_epi8(d + 128, kColours, _mm512_permutex2var_epi64(f, first, h));
     _mm512_mask_storeu_epi8(d + 192, kColours, _mm512_permutex2var_epi64(f, second, h));
   }
-  return x + avx2::Yuv422Rows<W>(avx2::Isa<true>{}, s, d, w - x);
+  return x + Avx2Kernels::Yuv422<W>(s, d, w - x);
 }
 
 // ---- BGR24 into 5:6:5 and 5:5:5: 16 pixels a block, in 256-bit registers. ----
@@ -129,20 +114,20 @@ inline constexpr Table<32> kWordOf =
     MakeTable<32>([](int i) { return SourceByte48(3 * (i / 2) + (i % 2 ? kHighByte : kLowByte)); });
 
 template <class W>
-QVI_AVX512 uint32_t Packed16Rows(const uint8_t* s, uint8_t* d, uint32_t w) {
+uint32_t Packed16Rows(const uint8_t* s, uint8_t* d, uint32_t w) {
   constexpr int kHigh = W::kRedInHighField ? 2 : 0, kLow = 2 - kHigh;  // byte offsets in a BGR24 pixel
-  constexpr bool kSix = sse2::k565<W>;
+  constexpr bool kSix = W::kGreenBits == 6;
   const __m256i x_index = Load(kWordOf<1, kHigh>), y_index = Load(kWordOf<kLow, 1>);
   const __m256i high_field = _mm256_set1_epi16(kSix ? static_cast<short>(0xF800) : static_cast<short>(0xFC00));
   const __m256i low_field = _mm256_set1_epi16(0x001F);
   uint32_t x = 0;
   for (; w - x >= 16; x += 16, s += 48, d += 32) {
-    const __m256i a = qvi::avx2::LoadU(s), b = qvi::avx2::LoadU(s + 16);
+    const __m256i a = v256::LoadU(s), b = v256::LoadU(s + 16);
     const __m256i hi_g = _mm256_permutex2var_epi8(a, x_index, b), g_lo = _mm256_permutex2var_epi8(a, y_index, b);
     const __m256i high = kSix ? hi_g : _mm256_srli_epi16(hi_g, 1);
     const __m256i middle = _mm256_srli_epi16(g_lo, kSix ? 5 : 6), low = _mm256_srli_epi16(g_lo, 3);
     const __m256i below = _mm256_ternarylogic_epi32(low_field, low, middle, 0xCA);
-    qvi::avx2::StoreU(d, _mm256_ternarylogic_epi32(high_field, high, below, 0xCA));
+    v256::StoreU(d, _mm256_ternarylogic_epi32(high_field, high, below, 0xCA));
   }
   return x;
 }
@@ -157,15 +142,15 @@ inline constexpr Table<32> kReversedFrom = MakeTable<32>([](int i) {
   return 4 * (k / 3) + 2 - k % 3 - 32 * kR;
 });
 
-QVI_AVX512 inline uint32_t ReversedBgrx32Rows(const uint8_t* s, uint8_t* d, uint32_t w) {
+uint32_t ReversedBgrx32Rows(const uint8_t* s, uint8_t* d, uint32_t w) {
   const __m256i i0 = Load(kReversedFrom<0>), i1 = Load(kReversedFrom<1>), i2 = Load(kReversedFrom<2>);
   uint32_t x = 0;
   for (; w - x >= 32; x += 32, s += 128, d += 96) {
-    const __m256i a = qvi::avx2::LoadU(s), b = qvi::avx2::LoadU(s + 32);
-    const __m256i c = qvi::avx2::LoadU(s + 64), e = qvi::avx2::LoadU(s + 96);
-    qvi::avx2::StoreU(d, _mm256_permutex2var_epi8(a, i0, b));
-    qvi::avx2::StoreU(d + 32, _mm256_permutex2var_epi8(b, i1, c));
-    qvi::avx2::StoreU(d + 64, _mm256_permutex2var_epi8(c, i2, e));
+    const __m256i a = v256::LoadU(s), b = v256::LoadU(s + 32);
+    const __m256i c = v256::LoadU(s + 64), e = v256::LoadU(s + 96);
+    v256::StoreU(d, _mm256_permutex2var_epi8(a, i0, b));
+    v256::StoreU(d + 32, _mm256_permutex2var_epi8(b, i1, c));
+    v256::StoreU(d + 64, _mm256_permutex2var_epi8(c, i2, e));
   }
   return x;
 }
@@ -176,14 +161,14 @@ QVI_AVX512 inline uint32_t ReversedBgrx32Rows(const uint8_t* s, uint8_t* d, uint
 inline constexpr Table<32> kLowBytes = MakeTable<32>([](int i) { return 2 * i; });
 
 template <class R>
-QVI_AVX512 uint32_t DeepGreyRows(const uint8_t* s, uint8_t* d, uint32_t w) {
+uint32_t DeepGreyRows(const uint8_t* s, uint8_t* d, uint32_t w) {
   constexpr int kShift = static_cast<int>(R::kSignificantBits) - 8;
   const __m256i low = Load(kLowBytes);
   uint32_t x = 0;
   for (; w - x >= 32; x += 32, s += 64, d += 32) {
-    const __m256i a = _mm256_srli_epi16(qvi::avx2::LoadU(s), kShift);
-    const __m256i b = _mm256_srli_epi16(qvi::avx2::LoadU(s + 32), kShift);
-    qvi::avx2::StoreU(d, _mm256_permutex2var_epi8(a, low, b));  // the low 8 bits of each reduced value
+    const __m256i a = _mm256_srli_epi16(v256::LoadU(s), kShift);
+    const __m256i b = _mm256_srli_epi16(v256::LoadU(s + 32), kShift);
+    v256::StoreU(d, _mm256_permutex2var_epi8(a, low, b));  // the low 8 bits of each reduced value
   }
   return x;
 }
@@ -194,46 +179,48 @@ QVI_AVX512 uint32_t DeepGreyRows(const uint8_t* s, uint8_t* d, uint32_t w) {
 template <int kR>
 inline constexpr Table<32> kTripled = MakeTable<32>([](int i) { return (32 * kR + i) / 3; });
 
-QVI_AVX512 inline uint32_t Grey8To24Rows(const uint8_t* s, uint8_t* d, uint32_t w) {
+uint32_t Grey8To24Rows(const uint8_t* s, uint8_t* d, uint32_t w) {
   const __m256i i0 = Load(kTripled<0>), i1 = Load(kTripled<1>), i2 = Load(kTripled<2>);
   uint32_t x = 0;
   for (; w - x >= 32; x += 32, s += 32, d += 96) {
     // (The all-ones zero-masking form: GCC 12's plain form warns of an
     // uninitialised operand inside its own header.)
-    const __m256i v = qvi::avx2::LoadU(s);
-    qvi::avx2::StoreU(d, _mm256_maskz_permutexvar_epi8(~__mmask32{0}, i0, v));
-    qvi::avx2::StoreU(d + 32, _mm256_maskz_permutexvar_epi8(~__mmask32{0}, i1, v));
-    qvi::avx2::StoreU(d + 64, _mm256_maskz_permutexvar_epi8(~__mmask32{0}, i2, v));
+    const __m256i v = v256::LoadU(s);
+    v256::StoreU(d, _mm256_maskz_permutexvar_epi8(~__mmask32{0}, i0, v));
+    v256::StoreU(d + 32, _mm256_maskz_permutexvar_epi8(~__mmask32{0}, i1, v));
+    v256::StoreU(d + 64, _mm256_maskz_permutexvar_epi8(~__mmask32{0}, i2, v));
   }
   return x;
 }
 
-// The policy: the kernels above.  Each does any whole 32 pixels it is given
-// (kBlock, as AVX2's); the 4:2:2 kernel finishes with AVX2 blocks, which may
-// store with masks.  Only reached where CpuHasAvx512().
-struct Vec {
-  static constexpr uint32_t kBlock = avx2::kBlock;
+struct Kernels {
+  static constexpr uint32_t kBlock = Avx2Kernels::kBlock;
+
   template <class R, class W>
-  QVI_AVX512 static uint32_t Pixels(const uint8_t* s, uint8_t* d, uint32_t w) {
-    constexpr LineKernel kKernel = kHasKernel<R, W> ? kLineKernel<R, W> : LineKernel::kNone;
-    if constexpr (kKernel == LineKernel::kYuv422) {
-      return Yuv422Rows<W>(s, d, w);
-    } else if constexpr (kKernel == LineKernel::kBgr24) {
-      return Packed16Rows<W>(s, d, w);
-    } else if constexpr (kKernel == LineKernel::kReversedBgrx32) {
-      return ReversedBgrx32Rows(s, d, w);
-    } else if constexpr (kKernel == LineKernel::kGrey && std::is_same_v<R, Reader<Fmt::Y8>>) {
+  static uint32_t Grey(const uint8_t* s, uint8_t* d, uint32_t w) {
+    if constexpr (R::kBytes == 1) {
+      static_assert(W::kBytes == 3);
       return Grey8To24Rows(s, d, w);
-    } else if constexpr (kKernel == LineKernel::kGrey) {
-      return DeepGreyRows<R>(s, d, w);
     } else {
-      return 0;  // never dispatched here (WalkRoute)
+      static_assert(W::kBytes == 1);
+      return DeepGreyRows<R>(s, d, w);
     }
   }
-  template <class R, class W>
-  QVI_AVX512 static uint32_t Pairs(const uint8_t* s, uint8_t* d, uint32_t w) {
-    return Pixels<R, W>(s, d, w);
+  template <class W>
+  static uint32_t Bgr24(const uint8_t* s, uint8_t* d, uint32_t w) {
+    static_assert(W::kBytes == 2);
+    return Packed16Rows<W>(s, d, w);
+  }
+  static uint32_t ReversedBgrx32(const uint8_t* s, uint8_t* d, uint32_t w) { return ReversedBgrx32Rows(s, d, w); }
+  template <class W>
+  static uint32_t Yuv422(const uint8_t* s, uint8_t* d, uint32_t w) {
+    static_assert(W::kBytes == 4);
+    return Yuv422Rows<W>(s, d, w);
   }
 };
 
-}  // namespace qvi::convert::avx512
+}  // namespace
+
+const LineKernels kLineKernels = MakeLineKernels<Isa::QVI_ISA, Kernels>();
+
+}  // namespace qvi::convert::QVI_ISA

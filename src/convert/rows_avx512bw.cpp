@@ -1,0 +1,9 @@
+// The conversions' line kernels of this set: AVX2's (kernels_avx2.h), for
+// the routes whose X bytes the AVX-512 byte-masked stores keep.
+#include "convert/kernels_avx2.h"
+
+namespace qvi::convert::QVI_ISA {
+
+const LineKernels kLineKernels = MakeLineKernels<Isa::QVI_ISA, Avx2Kernels>();
+
+}  // namespace qvi::convert::QVI_ISA
