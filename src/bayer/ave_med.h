@@ -17,7 +17,7 @@
 #include "bayer/member.h"
 #include "bayer/pack.h"
 #include "bayer/sample.h"
-#include "bayer/vec.h"
+#include "bayer/pair_kernels.h"
 
 namespace qvi::bayer {
 
@@ -137,9 +137,9 @@ struct MeanRow {
 };
 
 // The walker: the first row, the interior rows (the two row kinds
-// alternating), the last row, and the named deviations.  V: the vector
-// policy, which does a leading run of each interior row's pairs.
-template <class M, class V = DefaultVec>
+// alternating), the last row, and the named deviations.  The fast kernel
+// does a leading run of each interior row's pairs.
+template <class M>
 struct AveMed {
   using A = Arith<M::kDepth>;
   template <uint32_t kParity>
@@ -156,7 +156,7 @@ struct AveMed {
   // The row below one sample further right.
   static constexpr bool kBelowAhead = M::Has(kBelowRowOneAhead);
 
-  static void Run(const Image& im, const A& a) {
+  static void Run(const Image& im, const A& a, const FastPairs& fast) {
     const uint32_t w = im.width, pairs = (w - 1) / 2;
     {
       const uint8_t *here = im.SrcRow(0), *below = im.SrcRow(1);
@@ -168,10 +168,10 @@ struct AveMed {
     }
     uint32_t y = 1;
     for (; y + 2 < im.height; y += 2) {
-      InteriorRow<1>(im, y, a);
-      InteriorRow<0>(im, y + 1, a);
+      InteriorRow<1>(im, y, a, fast);
+      InteriorRow<0>(im, y + 1, a, fast);
     }
-    if (y + 1 < im.height) InteriorRow<1>(im, y, a);
+    if (y + 1 < im.height) InteriorRow<1>(im, y, a, fast);
     if ((im.height - 1) % 2 == 0) {
       LastRow<0>(im, a);
     } else {
@@ -180,7 +180,7 @@ struct AveMed {
   }
 
   template <uint32_t kParity>
-  static void InteriorRow(const Image& im, uint32_t y, const A& a) {
+  static void InteriorRow(const Image& im, uint32_t y, const A& a, const FastPairs& fast) {
     const uint32_t w = im.width;
     const uint8_t *above = im.SrcRow(y - 1), *here = im.SrcRow(y), *below = im.SrcRow(y + 1);
     uint8_t* out = im.DstRow(y);
@@ -190,7 +190,7 @@ struct AveMed {
     }
     Row<kParity>::template SideColumn<0, kUnreducedBlue && kParity == 0>(above, here, below, out, 0, 1, a);
     const uint32_t pairs = (w - 1) / 2;
-    const uint32_t done = V::template MeanPairs<M, RowKind<M::kPhase, kParity>>(above, here, below, out, pairs, a);
+    const uint32_t done = fast.Run(kParity, {above, here, below}, out, pairs);
     Row<kParity>::InteriorPairs(above, here, below, out, done, pairs, a);
     if (w % 2 == 0) {
       Row<kParity>::template SideColumn<1, kUnreducedRed && kParity == 1>(above, here, below, out, w - 1, w - 2, a);

@@ -8,54 +8,33 @@
 #include "bayer/dup.h"
 #include "bayer/frame.h"
 #include "bayer/member.h"
-#include "bayer/vec.h"
+#include "bayer/pair_kernels.h"
+#include "buffer/dispatch.h"
 #include "qvi.h"
 
 namespace qvi::bayer {
 
-// The walker of a member's method, with vector policy V.
-template <class M, class V>
-struct WalkerOf {
-  using type = AveMed<M, V>;
-};
-template <Depth D, Packing P, Phase F, Deviations X, class V>
-struct WalkerOf<Member<D, P, Method::dup, F, X>, V> {
-  using type = Dup<Member<D, P, Method::dup, F, X>, V>;
-};
-
-// Members whose AVX2 kernels store with byte masks where the processor has
-// them (avx2::MaskedVec): those with an X byte to keep.  Measured: skipping
-// the read of the old pixels pays for every method at both depths.
+// The walker of a member's method.
 template <class M>
-inline constexpr bool kMaskedStoresPay = M::kPacking == Packing::BGRX32 || M::kPacking == Packing::RGBX32;
+struct WalkerOf {
+  using type = AveMed<M>;
+};
+template <Depth D, Packing P, Phase F, Deviations X>
+struct WalkerOf<Member<D, P, Method::dup, F, X>> {
+  using type = Dup<Member<D, P, Method::dup, F, X>>;
+};
 
-template <class M, class V>
-void Walk(const Image& image, const Arith<M::kDepth>& a) {
-#if QVI_HAVE_AVX2
-  if constexpr (std::is_same_v<V, BestVec>) {
-    if (CpuHasAvx2()) {
-      if (kMaskedStoresPay<M> && CpuHasMaskedStores()) {
-        WalkerOf<M, std::conditional_t<kMaskedStoresPay<M>, avx2::MaskedVec, avx2::Vec>>::type::Run(image, a);
-      } else {
-        WalkerOf<M, avx2::Vec>::type::Run(image, a);
-      }
-      qvi::avx2::LeaveAvx2();
-    } else {
-      WalkerOf<M, sse2::Vec>::type::Run(image, a);
-    }
-    return;
-  }
-#endif
-  if constexpr (!std::is_same_v<V, BestVec>) WalkerOf<M, V>::type::Run(image, a);
-}
-
-// The entry point of member M; `bits` is ignored for 8-bit input.
-template <class M, class V = DefaultVec>
-Status Demosaic(BufferHandle source, BufferHandle destination, uint32_t bits) {
+// The entry point of member M, with the kernels of the best set up to
+// `isa`; `bits` is ignored for 8-bit input.
+template <class M>
+Status Demosaic(BufferHandle source, BufferHandle destination, uint32_t bits, Isa isa = Chosen()) {
   FrameParams f;
   if (const Status s = QueryFrame<M::kDepth>(source, destination, bits, &f); s != STATUS_OK) return s;
   Image image;
-  if (LayOut<M::kDepth, M::kPacking>(f, &image)) Walk<M, V>(image, Arith<M::kDepth>(bits));
+  if (LayOut<M::kDepth, M::kPacking>(f, &image)) {
+    const FastPairs fast{PairKernelsOf(MemberIndex<M>(), isa), bits};
+    WalkerOf<M>::type::Run(image, Arith<M::kDepth>(bits), fast);
+  }
   return STATUS_OK;
 }
 

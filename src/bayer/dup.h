@@ -15,7 +15,7 @@
 #include "bayer/member.h"
 #include "bayer/pack.h"
 #include "bayer/sample.h"
-#include "bayer/vec.h"
+#include "bayer/pair_kernels.h"
 
 namespace qvi::bayer {
 
@@ -69,20 +69,21 @@ struct DupRow {
     }
   }
 
-  // V does a leading run of the pairs, the loop above the rest.
-  template <bool kGreenFromRight, class V>
-  static void Produce(const uint8_t* here, const uint8_t* other, uint8_t* out, uint32_t width, const A& a) {
+  // The fast kernel does a leading run of the pairs, the loop above the rest.
+  template <bool kGreenFromRight>
+  static void Produce(const uint8_t* here, const uint8_t* other, uint8_t* out, uint32_t width, const A& a,
+                      const FastPairs& fast) {
     Column0<kGreenFromRight>(here, other, out, a);
     const uint32_t pairs = (width - 1) / 2;
-    Pairs(here, other, out, V::template DupPairs<M, Row>(here, other, out, pairs, a), pairs, a);
+    Pairs(here, other, out, fast.Run(Row::kParity, {other, here, nullptr}, out, pairs), pairs, a);
     // The closing column of an even width has the same rule as a pair's first.
     if (width % 2 == 0) Pixel<1>(here, other, out, width - 1, a);
   }
 };
 
 // The walker: row 0 from rows 0 and 1, then every further row from itself and
-// the row above, the two row kinds alternating.  V: the vector policy.
-template <class M, class V = DefaultVec>
+// the row above, the two row kinds alternating.
+template <class M>
 struct Dup {
   using A = Arith<M::kDepth>;
   template <uint32_t kParity>
@@ -94,17 +95,19 @@ struct Dup {
   static constexpr bool kColumn0GreenFromRight =
       M::Has(kGreenFromRightAtColumn0Blue) && !RowKind<M::kPhase, kParity>::kRed;
 
-  static void Run(const Image& im, const A& a) {
+  static void Run(const Image& im, const A& a, const FastPairs& fast) {
     // Row 0: the top-left red or blue pixel always takes green from the right.
-    Row<0>::template Produce<true, V>(im.SrcRow(0), im.SrcRow(1), im.DstRow(0), im.width, a);
+    Row<0>::template Produce<true>(im.SrcRow(0), im.SrcRow(1), im.DstRow(0), im.width, a, fast);
     uint32_t y = 1;
     for (; y + 1 < im.height; y += 2) {
-      Row<1>::template Produce<kColumn0GreenFromRight<1>, V>(im.SrcRow(y), im.SrcRow(y - 1), im.DstRow(y), im.width, a);
-      Row<0>::template Produce<kColumn0GreenFromRight<0>, V>(im.SrcRow(y + 1), im.SrcRow(y), im.DstRow(y + 1), im.width,
-                                                          a);
+      Row<1>::template Produce<kColumn0GreenFromRight<1>>(im.SrcRow(y), im.SrcRow(y - 1), im.DstRow(y), im.width, a,
+                                                          fast);
+      Row<0>::template Produce<kColumn0GreenFromRight<0>>(im.SrcRow(y + 1), im.SrcRow(y), im.DstRow(y + 1), im.width,
+                                                          a, fast);
     }
     if (y < im.height) {
-      Row<1>::template Produce<kColumn0GreenFromRight<1>, V>(im.SrcRow(y), im.SrcRow(y - 1), im.DstRow(y), im.width, a);
+      Row<1>::template Produce<kColumn0GreenFromRight<1>>(im.SrcRow(y), im.SrcRow(y - 1), im.DstRow(y), im.width, a,
+                                                          fast);
     }
   }
 };

@@ -56,6 +56,7 @@ constexpr uint32_t RedColumnParity(Phase f) { return (f == Phase::B || f == Phas
 // right) and the other one (above and below).
 template <Phase F, uint32_t RowParity>
 struct RowKind {
+  static constexpr uint32_t kParity = RowParity;
   static constexpr bool kRed = RowParity == RedRowParity(F);
   static constexpr uint32_t kSiteColumn = kRed ? RedColumnParity(F) : 1u - RedColumnParity(F);
   // True when column x's parity holds the row's red or blue samples.

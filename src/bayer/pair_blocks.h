@@ -1,7 +1,7 @@
-// The demosaic pair kernels of the 128-bit instruction sets (SSE2, NEON),
-// written once over their lanes: blocks of 8 pairs (16 pixels, columns
-// x .. x + 15 with x = 2k + 1), the same arithmetic as the portable pair loop
-// lane by lane.
+// The demosaic pair kernels of every instruction set, written once over the
+// set's lanes: blocks of pairs (columns x .. x + n - 1 with x = 2k + 1, n the
+// bytes of one vector), the same arithmetic as the portable pair loop lane
+// by lane.
 //
 // Every neighbour is an unaligned load at an offset of one sample, so a block
 // reads exactly the samples its pairs read in the portable loop (up to one
@@ -9,26 +9,37 @@
 // between the two site kinds of the row, so each colour is computed both
 // ways and chosen per lane by a constant mask.
 //
-// An instruction set supplies lanes (L): the vector type V, At (the samples
-// from a column), Select, EvenLanes and OddLanes, Usable, and Copy, Mean2,
-// Mean4 and Med4 with the arithmetic of Arith; and an Isa: LanesOf<D>, the
-// wrapping word lanes for byte packings (WrappingLanes), Bytes16 and Words16
-// (sixteen pixels' channels in 8-bit lanes, or 16-bit lanes in two halves)
-// and Put<P>, the Packer<P>::Store of sixteen pixels.
+// A set supplies lanes L: the vector type V, kLanes, At (the samples from a
+// column), Select, EvenLanes and OddLanes, Usable, and Copy, Mean2, Mean4
+// and Med4 with the arithmetic of Arith; and a target T: LanesOf<D>, the
+// wrapping word lanes for byte packings (WrappingLanes), kVectorBytes,
+// Put<P> (the Packer<P>::Store of one block of pixels), whether a row's
+// last block overlaps the one before (kLastBlockOverlaps) and how far ahead
+// the mean and median kernels ask for the row below (kBelowPrefetchBytes).
 #pragma once
+
+#include "buffer/isa_namespace.h"
 
 #include <cstdint>
 
 #include "bayer/member.h"
 #include "bayer/pack.h"
+#include "bayer/pair_kernels.h"
 #include "bayer/sample.h"
 
-namespace qvi::bayer::lanes {
+namespace qvi::bayer::QVI_ISA {
 
 // One vector of pixels as the row's colour, green and the other colour.
-template <class V>
+template <class L>
 struct Triple {
-  V row, green, other;
+  typename L::V row, green, other;
+};
+
+// One block of pixels' channel values in lanes L: a vector of each (byte
+// lanes), or two halves of each (word lanes).
+template <class L, int kHalves>
+struct Block {
+  typename L::V r[kHalves], g[kHalves], b[kHalves];
 };
 
 // The rules of the interior pairs for the pixels x .. x + kLanes - 1.
@@ -38,14 +49,14 @@ struct PairRules {
   // Lanes holding the row's red or blue samples.
   static V Sites() { return Row::SiteAt(1) ? L::EvenLanes() : L::OddLanes(); }
 
-  static Triple<V> Dup(const L& l, const uint8_t* here, const uint8_t* other, uint32_t x) {
+  static Triple<L> Dup(const L& l, const uint8_t* here, const uint8_t* other, uint32_t x) {
     const V sites = Sites();
     const V h = L::At(here, x), left = L::At(here, x - 1);
     const V o = L::At(other, x), o_left = L::At(other, x - 1);
     return {l.Copy(L::Select(sites, h, left)), l.Copy(L::Select(sites, left, h)), l.Copy(L::Select(sites, o_left, o))};
   }
 
-  static Triple<V> Mean(const L& l, const uint8_t* above, const uint8_t* here, const uint8_t* below, uint32_t x) {
+  static Triple<L> Mean(const L& l, const uint8_t* above, const uint8_t* here, const uint8_t* below, uint32_t x) {
     const V sites = Sites();
     const V n = L::At(above, x), s = L::At(below, x);
     const V w = L::At(here, x - 1), h = L::At(here, x), e = L::At(here, x + 1);
@@ -64,67 +75,70 @@ struct PairRules {
   }
 };
 
-template <class Row, class V>
-void Assign(const Triple<V>& t, V* r, V* g, V* b) {
-  *g = t.green;
-  *r = Row::kRed ? t.row : t.other;
-  *b = Row::kRed ? t.other : t.row;
-}
-
-// The policy the walkers call.
-template <class Isa>
+// The kernels of one target: K::Pairs<M, Row> of pair_kernels.h.
+template <class T>
 struct PairBlocks {
   template <class M, class Row>
-  static uint32_t DupPairs(const uint8_t* here, const uint8_t* other, uint8_t* out, uint32_t count,
-                           const Arith<M::kDepth>& a) {
-    using L = typename Isa::template LanesOf<M::kDepth>;
-    return Blocks<M, Row, L>(count, a, out,
-                             [&](const L& l, uint32_t x) { return PairRules<M, Row, L>::Dup(l, here, other, x); });
-  }
-
-  template <class M, class Row>
-  static uint32_t MeanPairs(const uint8_t* above, const uint8_t* here, const uint8_t* below, uint8_t* out,
-                            uint32_t count, const Arith<M::kDepth>& a) {
-    if constexpr (M::kDepth == Depth::BAYn && kByteChannels<M::kPacking>) {
-      using Wrapping = typename Isa::WrappingLanes;
-      if (Wrapping::Usable(a)) return MeanBlocks<M, Row, Wrapping>(above, here, below, out, count, a);
+  static uint32_t Pairs(const SourceRows& rows, uint8_t* out, uint32_t count, uint32_t bits) {
+    const Arith<M::kDepth> a(bits);
+    if constexpr (M::kMethod == Method::dup) {
+      using L = typename T::template LanesOf<M::kDepth>;
+      return Blocks<M, Row, L>(count, a, out, [&](const L& l, uint32_t x) __attribute__((always_inline)) {
+        return PairRules<M, Row, L>::Dup(l, rows.here, rows.other(), x);
+      });
+    } else {
+      if constexpr (M::kDepth == Depth::BAYn && kByteChannels<M::kPacking>) {
+        using Wrapping = typename T::WrappingLanes;
+        if (Wrapping::Usable(a)) return MeanBlocks<M, Row, Wrapping>(rows, out, count, a);
+      }
+      return MeanBlocks<M, Row, typename T::template LanesOf<M::kDepth>>(rows, out, count, a);
     }
-    return MeanBlocks<M, Row, typename Isa::template LanesOf<M::kDepth>>(above, here, below, out, count, a);
   }
 
  private:
-  static constexpr uint32_t kPairsPerBlock = 8;
+  static constexpr uint32_t kPairsPerBlock = T::kVectorBytes / 2;
 
   template <class M, class Row, class L>
-  static uint32_t MeanBlocks(const uint8_t* above, const uint8_t* here, const uint8_t* below, uint8_t* out,
-                             uint32_t count, const Arith<M::kDepth>& a) {
-    return Blocks<M, Row, L>(count, a, out, [&](const L& l, uint32_t x) {
-      return PairRules<M, Row, L>::Mean(l, above, here, below, x);
+  static uint32_t MeanBlocks(const SourceRows& rows, uint8_t* out, uint32_t count, const Arith<M::kDepth>& a) {
+    return Blocks<M, Row, L>(count, a, out, [&](const L& l, uint32_t x) __attribute__((always_inline)) {
+      if constexpr (T::kBelowPrefetchBytes > 0) {
+        T::Prefetch(rows.below + Sample<M::kDepth>::kBytes * uint64_t{x} + T::kBelowPrefetchBytes);
+      }
+      return PairRules<M, Row, L>::Mean(l, rows.above, rows.here, rows.below, x);
     });
   }
 
-  // Whole blocks of pairs from pair 0 while they last; returns the pairs done.
+  // Whole blocks of pairs from pair 0 while they last; returns the pairs
+  // done.  With kLastBlockOverlaps, a row with pairs left over and at least
+  // one whole block gets one more block ending at the last pair, which
+  // rewrites some pixels with the values they already have (each depends on
+  // the source alone) and reads nothing those pairs would not.
   template <class M, class Row, class L, class Rules>
   static uint32_t Blocks(uint32_t count, const Arith<M::kDepth>& a, uint8_t* out, Rules rules) {
     if (!L::Usable(a)) return 0;
     const L l(a);
-    uint32_t k = 0;
-    for (; count - k >= kPairsPerBlock; k += kPairsPerBlock) {
+    constexpr int kHalves = static_cast<int>(T::kVectorBytes / L::kLanes);
+    const auto block = [&](uint32_t k) __attribute__((always_inline)) {
       const uint32_t x = 2 * k + 1;
-      uint8_t* d = out + uint64_t{x} * Packer<M::kPacking>::kBytes;
-      if constexpr (L::kLanes == 16) {
-        typename Isa::Bytes16 v;
-        Assign<Row>(rules(l, x), &v.r, &v.g, &v.b);
-        Isa::template Put<M::kPacking>(d, v);
-      } else {
-        typename Isa::Words16 v;
-        Assign<Row>(rules(l, x), &v.r[0], &v.g[0], &v.b[0]);
-        Assign<Row>(rules(l, x + 8), &v.r[1], &v.g[1], &v.b[1]);
-        Isa::template Put<M::kPacking>(d, v);
+      Block<L, kHalves> v;
+      for (int half = 0; half < kHalves; ++half) {
+        const Triple<L> t = rules(l, x + half * L::kLanes);
+        v.g[half] = t.green;
+        v.r[half] = Row::kRed ? t.row : t.other;
+        v.b[half] = Row::kRed ? t.other : t.row;
+      }
+      T::template Put<M::kPacking>(out + uint64_t{x} * Packer<M::kPacking>::kBytes, v);
+    };
+    uint32_t k = 0;
+    for (; count - k >= kPairsPerBlock; k += kPairsPerBlock) block(k);
+    if constexpr (T::kLastBlockOverlaps) {
+      if (k < count && count >= kPairsPerBlock) {
+        block(count - kPairsPerBlock);
+        return count;
       }
     }
     return k;
   }
 };
 
-}  // namespace qvi::bayer::lanes
+}  // namespace qvi::bayer::QVI_ISA

@@ -94,7 +94,10 @@ TEST(Deviations, EachShowsExactlyAtItsDocumentedPixels) {
 #define QVI_MEMBER(d, p, m, f, x)                                                            \
   if constexpr (bayer::x != bayer::kNone)                                                    \
     all.emplace_back(FindDemosaicMember(Depth::d, Packing::p, Method::m, Phase::f), bayer::x, \
-                     &bayer::Demosaic<bayer::Member<Depth::d, Packing::p, Method::m, Phase::f, bayer::kNone>>);
+                     [](BufferHandle s, BufferHandle d, uint32_t bits) {                    \
+                       return bayer::Demosaic<bayer::Member<Depth::d, Packing::p, Method::m, Phase::f, bayer::kNone>>( \
+                           s, d, bits);                                                                  \
+                     });
 #include "bayer/members.def"
 #undef QVI_MEMBER
   // dup: eight phase-B and two RGB16 phase-D members; ave: one; med: two and two.

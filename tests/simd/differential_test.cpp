@@ -77,40 +77,18 @@ template <class Run>
 
 // ---- Demosaic: every member, interior pairs in blocks of 8 (16 pixels). ----
 
-using Entry = Status (*)(BufferHandle, BufferHandle, uint32_t);
-
-using Entries = std::array<Entry, kIsaCount>;
-template <class M>
-Entries DemosaicVariants() {
-  using bayer::Demosaic;
-  Entries e{};
-  e[size_t(Isa::portable)] = &Demosaic<M, bayer::NoVec>;
-#if QVI_HAVE_SSE2
-  e[size_t(Isa::sse2)] = &Demosaic<M, bayer::sse2::Vec>;
-  e[size_t(Isa::avx2)] = &Demosaic<M, bayer::avx2::Vec>;
-  if constexpr (bayer::kMaskedStoresPay<M>) e[size_t(Isa::avx512bw)] = &Demosaic<M, bayer::avx2::MaskedVec>;
-#else
-  e[size_t(Isa::neon)] = &Demosaic<M, bayer::neon::Vec>;
-#endif
-  return e;
-}
-IsaSet Own(const Entries& e) {
-  IsaSet own;
-  for (Isa isa : kIsas)
-    if (isa != Isa::portable && e[size_t(isa)] != nullptr) own = own | IsaSet{isa};
-  return own;
-}
+using Entry = Status (*)(BufferHandle, BufferHandle, uint32_t, Isa);
 
 #define QVI_MEMBER(depth, packing, method, phase, deviations)                                                   \
-  DemosaicVariants<bayer::Member<bayer::Depth::depth, bayer::Packing::packing, bayer::Method::method,           \
-                                 bayer::Phase::phase, bayer::deviations>>(),
-const Entries kDemosaicTwins[] = {
+  &bayer::Demosaic<bayer::Member<bayer::Depth::depth, bayer::Packing::packing, bayer::Method::method,           \
+                                 bayer::Phase::phase, bayer::deviations>>,
+const Entry kDemosaicEntries[] = {
 #include "bayer/members.def"
 };
 #undef QVI_MEMBER
 
 TEST(Differential, EveryDemosaicMemberMatchesThePortableLoop) {
-  ASSERT_EQ(std::size(kDemosaicTwins), DemosaicMembers().size());
+  ASSERT_EQ(std::size(kDemosaicEntries), DemosaicMembers().size());
   const uint32_t depths[] = {12, 10, 14, 16, 9, 13, 7, 6, 40, 11, 15};
   std::mt19937 rng(7);
   for (size_t m = 0; m < DemosaicMembers().size(); ++m) {
@@ -125,10 +103,10 @@ TEST(Differential, EveryDemosaicMemberMatchesThePortableLoop) {
         const uint32_t src_stride = w * sample + g.src_extra, dst_stride = w * pixel + g.dst_extra;
         const auto src = g.Source(uint64_t{src_stride} * h + member.over_read_samples(w, h) * sample, bits, rng);
         const BufferHandle source = AddFakeBuffer(src.data() + g.src_offset, member.source_format(), w, h, src_stride);
-        const Entries& entries = kDemosaicTwins[m];
-        ASSERT_TRUE(SameAsPortable(g, uint64_t{dst_stride} * h, Own(entries), [&](Isa isa, uint8_t* out) {
-          EXPECT_EQ(entries[size_t(isa)](source, AddFakeBuffer(out, member.destination_format(), w, h, dst_stride), bits),
-                    STATUS_OK);
+        const IsaSet own = bayer::KernelSetsOf(member.packing);
+        ASSERT_TRUE(SameAsPortable(g, uint64_t{dst_stride} * h, own, [&](Isa isa, uint8_t* out) {
+          const BufferHandle destination = AddFakeBuffer(out, member.destination_format(), w, h, dst_stride);
+          EXPECT_EQ(kDemosaicEntries[m](source, destination, bits, isa), STATUS_OK);
         })) << member.name << " " << w << "x" << h << " bits " << bits;
       }
     }

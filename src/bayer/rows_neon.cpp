@@ -2,19 +2,17 @@
 // Arm), with the arithmetic of the SSE2 ones: 16 lanes of 8-bit samples or
 // 8 of 16-bit ones.  The X bytes of the 32-bit packings are loaded and
 // stored back unchanged.
-#pragma once
+#include "buffer/isa_namespace.h"
 
 #include <arm_neon.h>
 
 #include <cstdint>
 #include <type_traits>
 
-#include "bayer/member.h"
-#include "bayer/pack.h"
 #include "bayer/pair_blocks.h"
-#include "bayer/sample.h"
 
-namespace qvi::bayer::neon {
+namespace qvi::bayer::QVI_ISA {
+namespace {
 
 // 8-bit samples, 16 lanes: the arithmetic of Arith<Depth::BAY8>.
 struct ByteLanes {
@@ -86,11 +84,6 @@ struct WordLanesT {
   static int16x8_t RightBy(int count) { return vdupq_n_s16(static_cast<int16_t>(-count)); }
   int16x8_t copy_, mean2_, mean4_;
 };
-using WordLanes = WordLanesT<false>;
-
-template <Depth D>
-using LanesOf = std::conditional_t<D == Depth::BAY8, ByteLanes, WordLanes>;
-
 // Sixteen pixels' channel values: 8-bit lanes, or 16-bit lanes in two halves.
 struct Bytes16 {
   uint8x16_t r, g, b;
@@ -100,18 +93,18 @@ struct Words16 {
 };
 
 // The low 8 bits of each 16-bit value, sixteen of them in one vector.
-inline uint8x16_t LowBytes(uint16x8_t lo, uint16x8_t hi) { return vcombine_u8(vmovn_u16(lo), vmovn_u16(hi)); }
-inline Bytes16 ToBytes(const Words16& v) {
+uint8x16_t LowBytes(uint16x8_t lo, uint16x8_t hi) { return vcombine_u8(vmovn_u16(lo), vmovn_u16(hi)); }
+Bytes16 ToBytes(const Words16& v) {
   return {LowBytes(v.r[0], v.r[1]), LowBytes(v.g[0], v.g[1]), LowBytes(v.b[0], v.b[1])};
 }
-inline Words16 ToWords(const Bytes16& v) {
+Words16 ToWords(const Bytes16& v) {
   return {{vmovl_u8(vget_low_u8(v.r)), vmovl_u8(vget_high_u8(v.r))},
           {vmovl_u8(vget_low_u8(v.g)), vmovl_u8(vget_high_u8(v.g))},
           {vmovl_u8(vget_low_u8(v.b)), vmovl_u8(vget_high_u8(v.b))}};
 }
 
 // 5:6:5 words: (hi << 8) & 0xF800 | (g << 3) & 0x07E0 | lo >> 3, lo unmasked.
-inline uint16x8_t Word565(uint16x8_t hi, uint16x8_t g, uint16x8_t lo) {
+uint16x8_t Word565(uint16x8_t hi, uint16x8_t g, uint16x8_t lo) {
   return vorrq_u16(vorrq_u16(vandq_u16(vshlq_n_u16(hi, 8), vdupq_n_u16(0xF800)),
                              vandq_u16(vshlq_n_u16(g, 3), vdupq_n_u16(0x07E0))),
                    vshrq_n_u16(lo, 3));
@@ -147,19 +140,27 @@ void Put(uint8_t* out, const Bytes16& v) {
   }
 }
 
-struct Isa {
+struct Target {
   template <Depth D>
-  using LanesOf = neon::LanesOf<D>;
+  using LanesOf = std::conditional_t<D == Depth::BAY8, ByteLanes, WordLanesT<false>>;
   using WrappingLanes = WordLanesT<true>;
-  using Bytes16 = neon::Bytes16;
-  using Words16 = neon::Words16;
-  template <Packing P, class Pixels>
-  static void Put(uint8_t* out, const Pixels& v) {
-    neon::Put<P>(out, v);
+  static constexpr uint32_t kVectorBytes = 16;
+  static constexpr bool kLastBlockOverlaps = false;
+  static constexpr uint32_t kBelowPrefetchBytes = 0;
+  static void Prefetch(const uint8_t*) {}
+
+  template <Packing P, class L, int kHalves>
+  static void Put(uint8_t* out, const Block<L, kHalves>& v) {
+    if constexpr (kHalves == 1) {
+      QVI_ISA::Put<P>(out, Bytes16{v.r[0], v.g[0], v.b[0]});
+    } else {
+      QVI_ISA::Put<P>(out, Words16{{v.r[0], v.r[1]}, {v.g[0], v.g[1]}, {v.b[0], v.b[1]}});
+    }
   }
 };
 
-// The policy the walkers call.
-using Vec = lanes::PairBlocks<Isa>;
+}  // namespace
 
-}  // namespace qvi::bayer::neon
+const PairKernelTable kPairKernels = MakePairKernels<Isa::QVI_ISA, PairBlocks<Target>>();
+
+}  // namespace qvi::bayer::QVI_ISA

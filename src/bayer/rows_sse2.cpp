@@ -1,22 +1,20 @@
 // SSE2 lanes and stores of the demosaic pair kernels (pair_blocks.h): 16
 // lanes of 8-bit samples or 8 of 16-bit ones.  The X bytes of the 32-bit
 // packings are loaded and stored back unchanged.
-#pragma once
+#include <emmintrin.h>
 
 #include <cstdint>
 #include <type_traits>
 
-#include "bayer/member.h"
-#include "bayer/pack.h"
 #include "bayer/pair_blocks.h"
-#include "bayer/sample.h"
-#include "buffer/sse2.h"
+#include "buffer/x86_128.h"
 
-namespace qvi::bayer::sse2 {
+namespace qvi::bayer::QVI_ISA {
+namespace {
 
-using qvi::sse2::LoadU;
-using qvi::sse2::Select;
-using qvi::sse2::StoreU;
+namespace v128 = qvi::QVI_ISA::v128;
+using v128::LoadU;
+using v128::StoreU;
 
 // 8-bit samples, 16 lanes: the arithmetic of Arith<Depth::BAY8>.
 struct ByteLanes {
@@ -28,7 +26,7 @@ struct ByteLanes {
   static __m128i EvenLanes() { return _mm_set1_epi16(0x00FF); }
   static __m128i OddLanes() { return _mm_set1_epi16(static_cast<short>(0xFF00)); }
   static __m128i At(const uint8_t* row, uint32_t x) { return LoadU(row + x); }
-  static __m128i Select(__m128i mask, __m128i a, __m128i b) { return qvi::sse2::Select(mask, a, b); }
+  static __m128i Select(__m128i mask, __m128i a, __m128i b) { return v128::Select(mask, a, b); }
 
   // (x + y) >> 1: the rounding-up average less the dropped half.
   static __m128i Half(__m128i x, __m128i y) {
@@ -73,7 +71,7 @@ struct WordLanesT {
   static __m128i EvenLanes() { return _mm_set1_epi32(0x0000FFFF); }
   static __m128i OddLanes() { return _mm_set1_epi32(static_cast<int>(0xFFFF0000u)); }
   static __m128i At(const uint8_t* row, uint32_t x) { return LoadU(row + 2 * uint64_t{x}); }
-  static __m128i Select(__m128i mask, __m128i a, __m128i b) { return qvi::sse2::Select(mask, a, b); }
+  static __m128i Select(__m128i mask, __m128i a, __m128i b) { return v128::Select(mask, a, b); }
 
   // (x + y) >> 1 without leaving 16 bits.
   static __m128i Half(__m128i x, __m128i y) {
@@ -102,10 +100,18 @@ struct WordLanesT {
  private:
   __m128i copy_, mean2_, mean4_;
 };
-using WordLanes = WordLanesT<false>;
+// The low 8 bits of each 16-bit value, sixteen of them in one vector.
+__m128i LowBytes(__m128i lo, __m128i hi) {
+  const __m128i mask = _mm_set1_epi16(0x00FF);
+  return _mm_packus_epi16(_mm_and_si128(lo, mask), _mm_and_si128(hi, mask));
+}
 
-template <Depth D>
-using LanesOf = std::conditional_t<D == Depth::BAY8, ByteLanes, WordLanes>;
+// 5:6:5 words: (hi << 8) & 0xF800 | (g << 3) & 0x07E0 | lo >> 3, lo unmasked.
+__m128i Word565(__m128i hi, __m128i g, __m128i lo) {
+  return _mm_or_si128(_mm_or_si128(_mm_and_si128(_mm_slli_epi16(hi, 8), _mm_set1_epi16(static_cast<short>(0xF800))),
+                                   _mm_and_si128(_mm_slli_epi16(g, 3), _mm_set1_epi16(0x07E0))),
+                      _mm_srli_epi16(lo, 3));
+}
 
 // Sixteen pixels' channel values: 8-bit lanes, or 16-bit lanes in two halves.
 struct Bytes16 {
@@ -115,66 +121,57 @@ struct Words16 {
   __m128i r[2], g[2], b[2];
 };
 
-// The low 8 bits of each 16-bit value, sixteen of them in one vector.
-inline __m128i LowBytes(__m128i lo, __m128i hi) {
-  const __m128i mask = _mm_set1_epi16(0x00FF);
-  return _mm_packus_epi16(_mm_and_si128(lo, mask), _mm_and_si128(hi, mask));
-}
-inline Bytes16 ToBytes(const Words16& v) { return {LowBytes(v.r[0], v.r[1]), LowBytes(v.g[0], v.g[1]), LowBytes(v.b[0], v.b[1])}; }
-inline Words16 ToWords(const Bytes16& v) {
-  const __m128i z = _mm_setzero_si128();
-  return {{_mm_unpacklo_epi8(v.r, z), _mm_unpackhi_epi8(v.r, z)},
-          {_mm_unpacklo_epi8(v.g, z), _mm_unpackhi_epi8(v.g, z)},
-          {_mm_unpacklo_epi8(v.b, z), _mm_unpackhi_epi8(v.b, z)}};
-}
-
-// 5:6:5 words: (hi << 8) & 0xF800 | (g << 3) & 0x07E0 | lo >> 3, lo unmasked.
-inline __m128i Word565(__m128i hi, __m128i g, __m128i lo) {
-  return _mm_or_si128(_mm_or_si128(_mm_and_si128(_mm_slli_epi16(hi, 8), _mm_set1_epi16(static_cast<short>(0xF800))),
-                                   _mm_and_si128(_mm_slli_epi16(g, 3), _mm_set1_epi16(0x07E0))),
-                      _mm_srli_epi16(lo, 3));
-}
-
 // Packer<P>::Store for sixteen pixels.
+template <Packing P>
+void Put(uint8_t* out, const Bytes16& v);
 template <Packing P>
 void Put(uint8_t* out, const Words16& v) {
   if constexpr (P == Packing::RGB16 || P == Packing::BGR16) {
     for (int i = 0; i < 2; ++i) {
-      const __m128i w = P == Packing::RGB16 ? Word565(v.r[i], v.g[i], v.b[i]) : Word565(v.b[i], v.g[i], v.r[i]);
-      StoreU(out + 16 * i, w);
+      StoreU(out + 16 * i, P == Packing::RGB16 ? Word565(v.r[i], v.g[i], v.b[i]) : Word565(v.b[i], v.g[i], v.r[i]));
     }
   } else {
-    const Bytes16 b = ToBytes(v);
-    Put<P>(out, b);
+    Put<P>(out, Bytes16{LowBytes(v.r[0], v.r[1]), LowBytes(v.g[0], v.g[1]), LowBytes(v.b[0], v.b[1])});
   }
 }
 template <Packing P>
 void Put(uint8_t* out, const Bytes16& v) {
   if constexpr (P == Packing::RGB16 || P == Packing::BGR16) {
-    Put<P>(out, ToWords(v));
+    const __m128i z = _mm_setzero_si128();
+    Put<P>(out, Words16{{_mm_unpacklo_epi8(v.r, z), _mm_unpackhi_epi8(v.r, z)},
+                        {_mm_unpacklo_epi8(v.g, z), _mm_unpackhi_epi8(v.g, z)},
+                        {_mm_unpacklo_epi8(v.b, z), _mm_unpackhi_epi8(v.b, z)}});
   } else if constexpr (P == Packing::BGR24) {
-    qvi::sse2::Store24(out, qvi::sse2::Interleave(v.b, v.g, v.r));
+    v128::Store24(out, v128::Interleave(v.b, v.g, v.r));
   } else if constexpr (P == Packing::BGRX32) {
-    qvi::sse2::Store32KeepingX<0>(out, qvi::sse2::Interleave(v.b, v.g, v.r));
+    v128::Store32KeepingX<0>(out, v128::Interleave(v.b, v.g, v.r));
   } else {
     static_assert(P == Packing::RGBX32);
-    qvi::sse2::Store32KeepingX<0>(out, qvi::sse2::Interleave(v.r, v.g, v.b));
+    v128::Store32KeepingX<0>(out, v128::Interleave(v.r, v.g, v.b));
   }
 }
 
-struct Isa {
+struct Target {
   template <Depth D>
-  using LanesOf = sse2::LanesOf<D>;
+  using LanesOf = std::conditional_t<D == Depth::BAY8, ByteLanes, WordLanesT<false>>;
   using WrappingLanes = WordLanesT<true>;
-  using Bytes16 = sse2::Bytes16;
-  using Words16 = sse2::Words16;
-  template <Packing P, class Pixels>
-  static void Put(uint8_t* out, const Pixels& v) {
-    sse2::Put<P>(out, v);
+  static constexpr uint32_t kVectorBytes = 16;
+  static constexpr bool kLastBlockOverlaps = false;
+  static constexpr uint32_t kBelowPrefetchBytes = 0;
+  static void Prefetch(const uint8_t*) {}
+
+  template <Packing P, class L, int kHalves>
+  static void Put(uint8_t* out, const Block<L, kHalves>& v) {
+    if constexpr (kHalves == 1) {
+      QVI_ISA::Put<P>(out, Bytes16{v.r[0], v.g[0], v.b[0]});
+    } else {
+      QVI_ISA::Put<P>(out, Words16{{v.r[0], v.r[1]}, {v.g[0], v.g[1]}, {v.b[0], v.b[1]}});
+    }
   }
 };
 
-// The policy the walkers call.
-using Vec = lanes::PairBlocks<Isa>;
+}  // namespace
 
-}  // namespace qvi::bayer::sse2
+const PairKernelTable kPairKernels = MakePairKernels<Isa::QVI_ISA, PairBlocks<Target>>();
+
+}  // namespace qvi::bayer::QVI_ISA
