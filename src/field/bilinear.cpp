@@ -1,5 +1,5 @@
 // Bilinear de-interlacing: each interior byte of a missing line is a weighted
-// mean of six field bytes (field_rows.h), the edge bytes vertical means.
+// mean of six field bytes (ops.h), the edge bytes vertical means.
 #include "field/interpolated.h"
 #include "qvi.h"
 

@@ -8,11 +8,11 @@
 namespace qvi::field {
 namespace {
 
-template <RowKernel Row>
-Status LineMethod(BufferHandle field, BufferHandle frame, FieldParity parity) {
+template <class Row>
+Status LineMethod(BufferHandle field, BufferHandle frame, FieldParity parity, const Row& row) {
   FieldPair p;
   if (const Status s = ReadFieldPair(field, frame, AsksFormat::No, &p); s != STATUS_OK) return s;
-  WalkFrame<Row>(p, LinesAtFieldStride(p.field_stride), parity);
+  WalkFrame(p, LinesAtFieldStride(p.field_stride), parity, row);
   return STATUS_OK;
 }
 
@@ -20,12 +20,15 @@ Status LineMethod(BufferHandle field, BufferHandle frame, FieldParity parity) {
 }  // namespace qvi::field
 
 extern "C" QVI_API Status QVI_FieldToFrame_LineDup(BufferHandle field, BufferHandle frame, FieldParity parity) {
-  return qvi::field::LineMethod<qvi::field::CopyAboveRow>(field, frame, parity);
+  return qvi::field::LineMethod(field, frame, parity, qvi::field::CopyAboveRow);
 }
 
 extern "C" QVI_API Status QVI_FieldToFrame_LineAve(BufferHandle field, BufferHandle frame, FieldParity parity) {
   using namespace qvi::field;
-  return WithBestVec([&]<class V>() { return LineMethod<MeanRow<V>>(field, frame, parity); });
+  const FieldKernels* fast = FieldKernelsOf(qvi::Chosen());
+  return LineMethod(field, frame, parity, [fast](const uint8_t* a, const uint8_t* b, uint8_t* out, uint32_t n) {
+    LineMeanRow(a, b, out, n, fast);
+  });
 }
 
 extern "C" QVI_API Status QVI_FieldToFrame(BufferHandle field, BufferHandle frame, FieldToFrameMethod method,

@@ -8,7 +8,8 @@
 #include <cstring>
 
 #include "field/field_formats.h"
-#include "field/vec.h"
+#include "field/ops.h"
+#include "field/row_kernels.h"
 
 namespace qvi::field {
 
@@ -16,13 +17,12 @@ namespace qvi::field {
 inline void CopyAboveRow(const uint8_t* a, const uint8_t*, uint8_t* out, uint32_t n) { std::memmove(out, a, n); }
 
 // Byte-wise truncating mean (a + b) >> 1 over all n bytes, padding included
-// and regardless of how pixels are packed.  After V's leading run, eight
-// bytes at a time as (x & y) + ((x ^ y) >> 1), the mask keeping each byte's
-// shift to itself.
-template <class V>
-void MeanRow(const uint8_t* a, const uint8_t* b, uint8_t* out, uint32_t n) {
+// and regardless of how pixels are packed.  After the fast kernel's leading
+// run, eight bytes at a time as (x & y) + ((x ^ y) >> 1), the mask keeping
+// each byte's shift to itself.
+inline void LineMeanRow(const uint8_t* a, const uint8_t* b, uint8_t* out, uint32_t n, const FieldKernels* fast) {
   constexpr uint64_t kAllButLowBits = 0xFEFEFEFEFEFEFEFEull;
-  uint32_t i = V::Mean(a, b, out, n);
+  uint32_t i = fast != nullptr ? fast->mean(a, b, out, n) : 0;
   for (; n - i >= 8; i += 8) {
     uint64_t x, y;
     std::memcpy(&x, a + i, 8);
@@ -37,77 +37,12 @@ inline uint8_t VerticalMean(const uint8_t* a, const uint8_t* b, uint32_t i) {
   return static_cast<uint8_t>((a[i] + b[i]) >> 1);
 }
 
-// Bilinear weights 105 (above, below) and 75 (four neighbours) sum to 510 of 512.
-// (So an area of uniform value v comes out as (510 x v) >> 9, 255 becoming
-// 254.  Kept exactly.)
-inline constexpr uint32_t kAboveBelowWeight = 105;
-inline constexpr uint32_t kNeighbourWeight = 75;
-inline constexpr uint32_t kWeightShift = 9;
-
-// Byte i of a missing line from bytes a, b and their neighbours `step` away.
-struct Bilinear {
-  static uint8_t At(const uint8_t* a, const uint8_t* b, uint32_t i, uint32_t step) {
-    const uint32_t centre = a[i] + b[i];
-    const uint32_t sides = a[i - step] + a[i + step] + b[i - step] + b[i + step];
-    return static_cast<uint8_t>((centre * kAboveBelowWeight + sides * kNeighbourWeight) >> kWeightShift);
-  }
-};
-
-// The truncating mean of two bytes, (x + y) >> 1, without leaving 8 bits.
-constexpr uint8_t MeanOfTwo(uint8_t x, uint8_t y) { return static_cast<uint8_t>((x & y) + ((x ^ y) >> 1)); }
-
-// The mean of the two middle values (third and fourth smallest, ties counted
-// separately) of six bytes, truncated.  The three pairs are ordered by one
-// comparison each and then by their larger member; the largest value of all
-// is then known and the two middle values follow from a short decision tree,
-// without sorting the six.  Every decision is a select on bytes, not a jump,
-// so a loop of them vectorises and random pixels cost no mispredictions.
-constexpr uint8_t Median6(uint8_t a, uint8_t b, uint8_t c, uint8_t d, uint8_t e, uint8_t f) {
-  // Each pair low then high.
-  const uint8_t l1 = std::min(a, b), h1 = std::max(a, b);
-  const uint8_t l2 = std::min(c, d), h2 = std::max(c, d);
-  const uint8_t l3 = std::min(e, f), h3 = std::max(e, f);
-  // The pairs by their larger member: (p, q), (r, t), then (u, the maximum).
-  const bool first_two_swap = h2 < h1;
-  const uint8_t p0 = first_two_swap ? l2 : l1, q0 = std::min(h1, h2);
-  const uint8_t r0 = first_two_swap ? l1 : l2, t0 = std::max(h1, h2);
-  const bool last_two_swap = h3 < t0;
-  const uint8_t r1 = last_two_swap ? l3 : r0, t1 = std::min(t0, h3);
-  const uint8_t u = last_two_swap ? r0 : l3;
-  const bool again = t1 < q0;
-  const uint8_t p = again ? r1 : p0, q = std::min(q0, t1);
-  const uint8_t r = again ? p0 : r1, t = std::max(q0, t1);
-  // p <= q <= t and r <= t: the middle two of the six are the third and
-  // fourth smallest of p, q, r, t, u.  When t <= u they are max(q, r) and t;
-  // otherwise t is the largest of the five and they are the larger two of
-  // p <= q and lo <= hi.
-  const uint8_t lo = std::min(r, u), hi = std::max(r, u);
-  const bool hi_below_q = hi <= q;
-  const uint8_t x5 = hi_below_q ? q : hi, y5 = hi_below_q ? std::max(p, hi) : std::max(q, lo);
-  const bool t_fourth = t <= u;
-  return MeanOfTwo(t_fourth ? std::max(q, r) : x5, t_fourth ? t : y5);
-}
-
-// Compare-exchanges (min to the first place, max to the second) after which
-// places 2 and 3 of six values hold the third and fourth smallest: the
-// vector kernels take their mean.  Fewer than a full sort, and of the
-// exchanges' outputs only those later read are computed at all.
-inline constexpr int kMiddlePairNetwork[][2] = {{0, 1}, {0, 2}, {1, 2}, {1, 3}, {4, 5}, {0, 4},
-                                                {2, 5}, {2, 4}, {1, 2}, {3, 4}, {2, 3}};
-
-// Byte i of a missing line: the median of the six bytes `step` apart.
-struct Median {
-  static uint8_t At(const uint8_t* a, const uint8_t* b, uint32_t i, uint32_t step) {
-    return Median6(a[i - step], a[i], a[i + step], b[i - step], b[i], b[i + step]);
-  }
-};
-
 // A missing line of n bytes of a format of the given shape: the layout's
 // edge bytes are vertical means, every other byte is Op over its same-kind
 // neighbours.  A line too short to have an interior is all vertical means.
-// V does a leading run of the interior.
-template <Shape S, class Op, class V>
-void InterpolatedRow(const uint8_t* a, const uint8_t* b, uint8_t* out, uint32_t n) {
+// The fast kernel does a leading run of the interior.
+template <Shape S, class Op>
+void InterpolatedRow(const uint8_t* a, const uint8_t* b, uint8_t* out, uint32_t n, const FieldKernels* fast) {
   constexpr FieldLayout L = LayoutOf(S);
   if (n <= uint32_t{L.lead} + L.tail) {
     for (uint32_t i = 0; i < n; ++i) out[i] = VerticalMean(a, b, i);
@@ -121,7 +56,7 @@ void InterpolatedRow(const uint8_t* a, const uint8_t* b, uint8_t* out, uint32_t 
     out[2] = Op::At(a, b, 2, L.even_step);
     out[3] = VerticalMean(a, b, 3);
     const uint32_t end = n - L.tail - (n & 1u);
-    uint32_t i = V::template Interior422<Op>(a, b, out, 4, end);
+    uint32_t i = fast != nullptr ? fast->interior422[kOpIndex<Op>](a, b, out, 4, end) : 4;
     for (; i + 1 < end; i += 2) {
       out[i] = Op::At(a, b, i, L.even_step);
       out[i + 1] = Op::At(a, b, i + 1, L.odd_step);
@@ -131,7 +66,8 @@ void InterpolatedRow(const uint8_t* a, const uint8_t* b, uint8_t* out, uint32_t 
   } else {
     static_assert(L.even_step == L.odd_step && L.lead == L.even_step && L.tail == L.even_step);
     const uint32_t end = n - L.tail;
-    for (uint32_t i = V::template Interior<Op>(a, b, out, L.lead, end, L.even_step); i < end; ++i) {
+    const uint32_t from = fast != nullptr ? fast->interior[kOpIndex<Op>](a, b, out, L.lead, end, L.even_step) : L.lead;
+    for (uint32_t i = from; i < end; ++i) {
       out[i] = Op::At(a, b, i, L.even_step);
     }
   }
@@ -139,13 +75,3 @@ void InterpolatedRow(const uint8_t* a, const uint8_t* b, uint8_t* out, uint32_t 
 }
 
 }  // namespace qvi::field
-
-#if QVI_HAVE_SSE2
-#include "field/rows_sse2.h"
-#endif
-#if QVI_HAVE_AVX2
-#include "field/rows_avx2.h"
-#endif
-#if QVI_HAVE_NEON
-#include "field/rows_neon.h"
-#endif

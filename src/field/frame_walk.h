@@ -47,19 +47,17 @@ struct FramePlan {
 // (Missing lines are whole S-byte lines and the field is read S bytes on.)
 constexpr FramePlan LinesAtFieldStride(uint32_t stride) { return {stride, stride, stride, stride}; }
 
-// A missing line: row(above, below, out, bytes).
-using RowKernel = void (*)(const uint8_t* above, const uint8_t* below, uint8_t* out, uint32_t bytes);
-
 // Writes the frame in the de-interlacing order, with L0 .. L(H-1) the field
-// lines and M(i) the missing line made from Li and Li+1:
+// lines and M(i) the missing line made from Li and Li+1 by
+// row(above, below, out, bytes):
 //   parity 0     : L0, then Li, M(i) for i = 0 .. H-2, then L(H-1)
 //   other parity : Li, M(i) for i = 0 .. H-2, then L(H-1) twice
 // Before each line it checks that the bytes the line writes lie inside the
 // frame's stride x height and the bytes it reads inside the field's stride x
 // height; the first line that does not stops the walk.  A field of no lines
 // writes nothing.
-template <RowKernel Row>
-void WalkFrame(const FieldPair& p, const FramePlan& plan, FieldParity parity) {
+template <class Row>
+void WalkFrame(const FieldPair& p, const FramePlan& plan, FieldParity parity, const Row& row) {
   const uint32_t h = p.field_height;
   if (h == 0) return;
   buffer::LineCursor field(p.field, p.field_stride, h);
@@ -76,7 +74,7 @@ void WalkFrame(const FieldPair& p, const FramePlan& plan, FieldParity parity) {
     if (!field.Holds(uint64_t{s} + plan.row_bytes)) return;  // Li, and Li+1 as far as the row reads
     const uint8_t* above = field.Here();
     if (!put_line(above) || !frame.Holds(plan.row_bytes)) return;
-    Row(above, above + s, frame.Here(), plan.row_bytes);
+    row(above, above + s, frame.Here(), plan.row_bytes);
     frame.Advance(plan.row_advance, 0);
     field.Advance(plan.field_advance, 0);
   }

@@ -15,16 +15,20 @@ namespace qvi::field {
 template <class Op>
 Status RunInterpolated(const FieldPair& p, FieldParity parity, const FramePlan& quad_plan) {
   const FramePlan whole = LinesAtFieldStride(p.field_stride);
-  return WithBestVec([&]<class V>() {
-    switch (FieldLayoutOf(p.format).shape) {
-      case Shape::Grey8: WalkFrame<InterpolatedRow<Shape::Grey8, Op, V>>(p, whole, parity); break;
-      case Shape::Triple: WalkFrame<InterpolatedRow<Shape::Triple, Op, V>>(p, whole, parity); break;
-      case Shape::Quad: WalkFrame<InterpolatedRow<Shape::Quad, Op, V>>(p, quad_plan, parity); break;
-      case Shape::Yuv422: WalkFrame<InterpolatedRow<Shape::Yuv422, Op, V>>(p, whole, parity); break;
-      case Shape::Unsupported: return STATUS_BAD_PARAMETER;
-    }
-    return STATUS_OK;
-  });
+  const FieldKernels* fast = FieldKernelsOf(Chosen());
+  const auto walk = [&]<Shape S>(const FramePlan& plan) {
+    WalkFrame(p, plan, parity, [fast](const uint8_t* a, const uint8_t* b, uint8_t* out, uint32_t n) {
+      InterpolatedRow<S, Op>(a, b, out, n, fast);
+    });
+  };
+  switch (FieldLayoutOf(p.format).shape) {
+    case Shape::Grey8: walk.template operator()<Shape::Grey8>(whole); break;
+    case Shape::Triple: walk.template operator()<Shape::Triple>(whole); break;
+    case Shape::Quad: walk.template operator()<Shape::Quad>(quad_plan); break;
+    case Shape::Yuv422: walk.template operator()<Shape::Yuv422>(whole); break;
+    case Shape::Unsupported: return STATUS_BAD_PARAMETER;
+  }
+  return STATUS_OK;
 }
 
 }  // namespace qvi::field

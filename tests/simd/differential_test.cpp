@@ -20,9 +20,9 @@
 #include "bayer_support.h"
 #include "buffer/dispatch.h"
 #include "buffer/formats.h"
-#include "buffer/simd.h"
 #include "convert/lines.h"
 #include "field/field_rows.h"
+#include "field/row_kernels.h"
 #include "file/tiff_rows.h"
 
 namespace qvi::test {
@@ -164,56 +164,38 @@ TEST(Differential, EveryConversionRouteMatchesThePortableLoop) {
 // ---- De-interlacing: the missing-line kernels of every shape; and the
 // TIFF strip's row, which has the same shape of call. ----
 
-using RowKernel = void (*)(const uint8_t*, const uint8_t*, uint8_t*, uint32_t);
-using Rows = std::array<RowKernel, kIsaCount>;
-
-// The TIFF strip's BGR24 pixels in file order, from one source line, with
-// the kernels of one set.
-template <Isa kIsa>
-void TiffTriplets(const uint8_t* line, const uint8_t*, uint8_t* out, uint32_t n) {
-  using Row = file::tiff::ReversedTripletRow;
-  Row::Convert(out, line, n / 3, convert::LineKernelOf(Row::kFastRoute, kIsa));
-}
-template <size_t... I>
-Rows TiffRows(std::index_sequence<I...>) {
-  return {&TiffTriplets<Isa(I)>...};
-}
-
-// The row `of.operator()<V>()` with the portable policy and each fast one built here.
-template <class Of>
-Rows RowVariants(Of of) {
-  Rows t{};
-  t[size_t(Isa::portable)] = of.template operator()<field::NoVec>();
-#if QVI_HAVE_SSE2
-  t[size_t(Isa::sse2)] = of.template operator()<field::sse2::Vec>();
-  t[size_t(Isa::avx2)] = of.template operator()<field::avx2::Vec>();
-#else
-  t[size_t(Isa::neon)] = of.template operator()<field::neon::Vec>();
-#endif
-  return t;
-}
+// A missing line from the two lines around it, with the kernels of a set.
+using Row = void (*)(const uint8_t* above, const uint8_t* below, uint8_t* out, uint32_t n, Isa isa);
 
 template <field::Shape S, class Op>
-Rows Interpolated() {
-  return RowVariants([]<class V>() -> RowKernel { return &field::InterpolatedRow<S, Op, V>; });
+void Interpolated(const uint8_t* above, const uint8_t* below, uint8_t* out, uint32_t n, Isa isa) {
+  field::InterpolatedRow<S, Op>(above, below, out, n, field::FieldKernelsOf(isa));
+}
+
+// The TIFF strip's BGR24 pixels in file order, from one source line.
+void TiffTriplets(const uint8_t* line, const uint8_t*, uint8_t* out, uint32_t n, Isa isa) {
+  using Triplets = file::tiff::ReversedTripletRow;
+  Triplets::Convert(out, line, n / 3, convert::LineKernelOf(Triplets::kFastRoute, isa));
 }
 
 TEST(Differential, EveryDeinterlacingRowMatchesThePortableLoop) {
-  using field::Bilinear;
-  using field::Median;
-  using field::Shape;
-  const IsaSet base = convert::kernel_sets::base;
-  const std::tuple<const char*, Rows, IsaSet> rows[] = {
-      {"mean", RowVariants([]<class V>() -> RowKernel { return &field::MeanRow<V>; }), base},
-      {"bilinear grey", Interpolated<Shape::Grey8, Bilinear>(), base},
-      {"bilinear triple", Interpolated<Shape::Triple, Bilinear>(), base},
-      {"bilinear quad", Interpolated<Shape::Quad, Bilinear>(), base},
-      {"bilinear 4:2:2", Interpolated<Shape::Yuv422, Bilinear>(), base},
-      {"median grey", Interpolated<Shape::Grey8, Median>(), base},
-      {"median triple", Interpolated<Shape::Triple, Median>(), base},
-      {"median quad", Interpolated<Shape::Quad, Median>(), base},
-      {"median 4:2:2", Interpolated<Shape::Yuv422, Median>(), base},
-      {"TIFF", TiffRows(std::make_index_sequence<kIsaCount>{}), convert::kRouteKernels[file::tiff::ReversedTripletRow::kFastRoute].sets},
+  using field::Bilinear, field::Median, field::Shape;
+  const IsaSet sets = field::kFieldKernelSets;
+  const std::tuple<const char*, Row, IsaSet> rows[] = {
+      {"mean",
+       [](const uint8_t* a, const uint8_t* b, uint8_t* out, uint32_t n, Isa isa) {
+         field::LineMeanRow(a, b, out, n, field::FieldKernelsOf(isa));
+       },
+       sets},
+      {"bilinear grey", &Interpolated<Shape::Grey8, Bilinear>, sets},
+      {"bilinear triple", &Interpolated<Shape::Triple, Bilinear>, sets},
+      {"bilinear quad", &Interpolated<Shape::Quad, Bilinear>, sets},
+      {"bilinear 4:2:2", &Interpolated<Shape::Yuv422, Bilinear>, sets},
+      {"median grey", &Interpolated<Shape::Grey8, Median>, sets},
+      {"median triple", &Interpolated<Shape::Triple, Median>, sets},
+      {"median quad", &Interpolated<Shape::Quad, Median>, sets},
+      {"median 4:2:2", &Interpolated<Shape::Yuv422, Median>, sets},
+      {"TIFF", &TiffTriplets, convert::kRouteKernels[file::tiff::ReversedTripletRow::kFastRoute].sets},
   };
   std::mt19937 rng(13);
   uint32_t i = 0;
@@ -223,7 +205,7 @@ TEST(Differential, EveryDeinterlacingRowMatchesThePortableLoop) {
       // The two field lines back to back, the allocation ending with the second.
       const auto lines = g.Source(2 * n, 0, rng);
       const uint8_t* above = lines.data() + g.src_offset;
-      ASSERT_TRUE(SameAsPortable(g, n, own, [&](Isa isa, uint8_t* out) { row[size_t(isa)](above, above + n, out, n); }))
+      ASSERT_TRUE(SameAsPortable(g, n, own, [&](Isa isa, uint8_t* out) { row(above, above + n, out, n, isa); }))
           << name << " over " << n << " bytes";
     }
   }
