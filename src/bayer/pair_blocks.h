@@ -83,8 +83,11 @@ struct PairBlocks {
     const Arith<M::kDepth> a(bits);
     if constexpr (M::kMethod == Method::dup) {
       using L = typename T::template LanesOf<M::kDepth>;
-      return Blocks<M, Row, L>(count, a, out, [&](const L& l, uint32_t x) __attribute__((always_inline)) {
-        return PairRules<M, Row, L>::Dup(l, rows.here, rows.other(), x);
+      // The rows by value: the stores of each block could otherwise be
+      // taken to change them.
+      const uint8_t *here = rows.here, *other = rows.other();
+      return Blocks<M, Row, L>(count, a, out, [here, other](const L& l, uint32_t x) __attribute__((always_inline)) {
+        return PairRules<M, Row, L>::Dup(l, here, other, x);
       });
     } else {
       if constexpr (M::kDepth == Depth::BAYn && kByteChannels<M::kPacking>) {
@@ -100,11 +103,12 @@ struct PairBlocks {
 
   template <class M, class Row, class L>
   static uint32_t MeanBlocks(const SourceRows& rows, uint8_t* out, uint32_t count, const Arith<M::kDepth>& a) {
-    return Blocks<M, Row, L>(count, a, out, [&](const L& l, uint32_t x) __attribute__((always_inline)) {
+    const uint8_t *above = rows.above, *here = rows.here, *below = rows.below;
+    return Blocks<M, Row, L>(count, a, out, [above, here, below](const L& l, uint32_t x) __attribute__((always_inline)) {
       if constexpr (T::kBelowPrefetchBytes > 0) {
-        T::Prefetch(rows.below + Sample<M::kDepth>::kBytes * uint64_t{x} + T::kBelowPrefetchBytes);
+        T::Prefetch(below + Sample<M::kDepth>::kBytes * uint64_t{x} + T::kBelowPrefetchBytes);
       }
-      return PairRules<M, Row, L>::Mean(l, rows.above, rows.here, rows.below, x);
+      return PairRules<M, Row, L>::Mean(l, above, here, below, x);
     });
   }
 

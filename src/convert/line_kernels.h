@@ -65,7 +65,8 @@ constexpr size_t RouteIndex(Fmt source, Fmt destination) {
 
 struct LineKernel {
   uint32_t (*run)(const uint8_t* s, uint8_t* d, uint32_t w) = nullptr;
-  uint32_t block = 0;  // pixels a block converts
+  void (*one_block)(const uint8_t* s, uint8_t* d) = nullptr;  // run over exactly `block` pixels
+  uint32_t block = 0;                                         // pixels a block converts
 };
 
 // One set's kernels, by route; empty where the route's sets lack the set.
@@ -85,6 +86,16 @@ LineKernel LineKernelOf(size_t route, Isa isa);
 // K::ReversedBgrx32 and K::Yuv422<W> for the routes whose sets have kIsa,
 // each doing blocks of K::kBlock pixels.  Instantiated in each rows_<set>.cpp,
 // where K lives in the set's own namespace.
+template <auto kRun, uint32_t kBlock>
+void OneBlock(const uint8_t* s, uint8_t* d) {
+  kRun(s, d, kBlock);
+}
+
+template <auto kRun, uint32_t kBlock>
+constexpr LineKernel KernelOf() {
+  return {kRun, &OneBlock<kRun, kBlock>, kBlock};
+}
+
 template <Isa kIsa, class K, size_t I>
 constexpr LineKernel KernelEntry() {
   constexpr RouteKernel r = kRouteKernels[I];
@@ -93,13 +104,13 @@ constexpr LineKernel KernelEntry() {
   if constexpr (r.kernel == Kernel::none || !r.sets.Has(kIsa)) {
     return {};
   } else if constexpr (r.kernel == Kernel::grey) {
-    return {&K::template Grey<R, W>, K::kBlock};
+    return KernelOf<&K::template Grey<R, W>, K::kBlock>();
   } else if constexpr (r.kernel == Kernel::bgr24) {
-    return {&K::template Bgr24<W>, K::kBlock};
+    return KernelOf<&K::template Bgr24<W>, K::kBlock>();
   } else if constexpr (r.kernel == Kernel::bgrx32) {
-    return {&K::ReversedBgrx32, K::kBlock};
+    return KernelOf<&K::ReversedBgrx32, K::kBlock>();
   } else {
-    return {&K::template Yuv422<W>, K::kBlock};
+    return KernelOf<&K::template Yuv422<W>, K::kBlock>();
   }
 }
 

@@ -24,31 +24,28 @@ inline bool Apart(const uint8_t* s, uint64_t src_bytes, const uint8_t* d, uint64
   return sa + src_bytes <= da || da + dst_bytes <= sa;
 }
 
-// LastBlockOverlaps: when the fast kernel's blocks leave a tail of a line of
-// `count` pixels and did at least one block, one more block ending at the
-// last pixel does the tail, converting some pixels again to the values they
-// already hold (every pixel depends on its own source bytes alone).  Not
-// where the line's source and destination meet: the source might no longer
-// hold what the first pass read.  Returns whether it did.
+// The fast kernel's part of a line of `count` pixels (w of them the line's
+// own): its leading whole blocks, and LastBlockOverlaps: when they leave a
+// tail and did at least one block, one more block ending at the last pixel
+// does the tail, converting some pixels again to the values they already
+// hold (every pixel depends on its own source bytes alone).  Not where the
+// line's source and destination meet: the source might no longer hold what
+// the first pass read.  Returns the pixels done.
 template <class Line, class W>
-bool OverlappingLastBlock(const LineKernel& fast, const uint8_t* s, uint8_t* d, uint32_t done, uint32_t count,
-                          uint32_t w) {
-  if (done < count && done >= fast.block && fast.block > 0 && Apart(s, Line::SrcAdvance(w), d, Line::DstAdvance(w))) {
+[[gnu::always_inline]] inline uint32_t FastPart(const LineKernel& fast, const uint8_t* s, uint8_t* d, uint32_t count,
+                                                uint32_t w) {
+  const uint32_t done = fast.run(s, d, w);
+  if (done < count && done >= fast.block && Apart(s, Line::SrcAdvance(w), d, Line::DstAdvance(w))) {
     const uint32_t first = count - fast.block;
-    fast.run(s + Line::SrcBytesBefore(first), d + uint64_t{first} * W::kBytes, fast.block);
-    return true;
+    fast.one_block(s + Line::SrcBytesBefore(first), d + uint64_t{first} * W::kBytes);
+    return count;
   }
-  return false;
+  return done;
 }
 
-// What the fast kernel, if the route has one, did of a line.
-inline uint32_t FastRun(const LineKernel& fast, const uint8_t* s, uint8_t* d, uint32_t w) {
-  return fast.run != nullptr ? fast.run(s, d, w) : 0;
-}
-
-// One pixel read, one pixel written.  The fast kernel does a leading run of
-// the line's pixels; the loop does the rest.
-template <class R, class W>
+// One pixel read, one pixel written.  With kFast, the fast kernel does a
+// leading run of the line's pixels; the loop does the rest.
+template <class R, class W, bool kFast>
 struct PixelLine {
   static uint64_t SrcAdvance(uint32_t w) { return uint64_t{w} * R::kBytes; }
   static uint64_t SrcBytesBefore(uint32_t x) { return uint64_t{x} * R::kBytes; }
@@ -60,8 +57,8 @@ struct PixelLine {
     return buffer::LineGap(stride, w * W::kBytes, buffer::GapRounding(W::kBytes));
   }
   static void Row(const uint8_t* s, uint8_t* d, uint32_t w, const LineKernel& fast) {
-    const uint32_t done = FastRun(fast, s, d, w);
-    if (OverlappingLastBlock<PixelLine, W>(fast, s, d, done, w, w)) return;
+    uint32_t done = 0;
+    if constexpr (kFast) done = FastPart<PixelLine, W>(fast, s, d, w, w);
     s += uint64_t{done} * R::kBytes;
     d += uint64_t{done} * W::kBytes;
     for (uint32_t x = done; x < w; ++x, s += R::kBytes, d += W::kBytes) W::Put(d, R::Get(s));
@@ -70,9 +67,9 @@ struct PixelLine {
 
 // Two pixels per step (packed sources).  Pairs are produced while the pixel
 // counter is below the width, so an odd width writes one pixel more than w;
-// the gaps are those of w pixels all the same, so such lines drift.  The
-// fast kernel does a leading run of whole pairs.
-template <class R, class W>
+// the gaps are those of w pixels all the same, so such lines drift.  With
+// kFast, the fast kernel does a leading run of whole pairs.
+template <class R, class W, bool kFast>
 struct PairLine {
   static uint64_t Pairs(uint32_t w) { return (uint64_t{w} + 1) / 2; }
   static uint64_t SrcAdvance(uint32_t w) { return Pairs(w) * R::kStepBytes; }
@@ -85,8 +82,8 @@ struct PairLine {
     return buffer::LineGap(stride, w * W::kBytes, buffer::GapRounding(W::kBytes));
   }
   static void Row(const uint8_t* s, uint8_t* d, uint32_t w, const LineKernel& fast) {
-    const uint32_t done = FastRun(fast, s, d, w);  // even
-    if (OverlappingLastBlock<PairLine, W>(fast, s, d, done, static_cast<uint32_t>(2 * Pairs(w)), w)) return;
+    uint32_t done = 0;  // even
+    if constexpr (kFast) done = FastPart<PairLine, W>(fast, s, d, static_cast<uint32_t>(2 * Pairs(w)), w);
     s += uint64_t{done / 2} * R::kStepBytes;
     d += uint64_t{done} * W::kBytes;
     for (uint32_t x = done; x < w; x += 2, s += R::kStepBytes, d += 2 * W::kBytes) {
@@ -98,20 +95,21 @@ struct PairLine {
   }
 };
 
-template <class R, class W>
-using LineFor = std::conditional_t<R::kPixelsPerStep == 2, PairLine<R, W>, PixelLine<R, W>>;
+template <class R, class W, bool kFast>
+using LineFor = std::conditional_t<R::kPixelsPerStep == 2, PairLine<R, W, kFast>, PixelLine<R, W, kFast>>;
 
-// The line of a route: a reader and a writer, unless named below.
-template <Fmt S, Fmt D>
+// The line of a route, with a fast kernel or without: a reader and a
+// writer, unless named below.
+template <Fmt S, Fmt D, bool kFast>
 struct RouteLine {
-  using type = LineFor<Reader<S>, Writer<D>>;
+  using type = LineFor<Reader<S>, Writer<D>, kFast>;
 };
 
 // FMT_RGB30 into FMT_RGB48 mixes neighbouring words: pixel j keeps the red of
 // its own word but takes green and blue from word j + 1, so the last pixel of
 // a line reads the word after the line (its padding, or the next line's first
 // pixel).  Each line starts afresh with its own first word.
-struct GreenBlueFromNextWordLine : PixelLine<Reader<Fmt::RGB30>, Writer<Fmt::RGB48>> {
+struct GreenBlueFromNextWordLine : PixelLine<Reader<Fmt::RGB30>, Writer<Fmt::RGB48>, false> {
   // Bytes read after the line's last pixel.
   static constexpr uint64_t kReadsPastLine = 4;
   // `next_word_in_source` is false when the word after the line lies outside
@@ -131,8 +129,8 @@ struct GreenBlueFromNextWordLine : PixelLine<Reader<Fmt::RGB30>, Writer<Fmt::RGB
   }
 };
 
-template <>
-struct RouteLine<Fmt::RGB30, Fmt::RGB48> {
+template <bool kFast>
+struct RouteLine<Fmt::RGB30, Fmt::RGB48, kFast> {
   using type = GreenBlueFromNextWordLine;
 };
 
@@ -145,8 +143,10 @@ concept ReadsPastLine = requires { Line::kReadsPastLine; };
 // destination's stride x height; the first line that does not stops the walk.
 // A kernel that reads past its line is told whether those bytes lie inside
 // the source too; they do not stop the walk.
+// (A function of its own for each route and kernel or none: inlined into
+// the route switch, the portable loops lose their vector code.)
 template <class Line>
-void WalkLines(const buffer::ConversionPair& p, const LineKernel& fast) {
+[[gnu::noinline]] void WalkLines(const buffer::ConversionPair& p, const LineKernel& fast) {
   buffer::LineCursor src(p.src, p.src_stride, p.src_height);
   buffer::LineCursor dst(p.dst, p.dst_stride, p.dst_height);
   const uint32_t w = p.src_width;
@@ -171,7 +171,11 @@ template <Fmt S, Fmt D>
 void WalkRoute(const buffer::ConversionPair& p, Isa isa) {
   constexpr size_t kRoute = RouteIndex(S, D);
   static_assert(kRoute < kRouteKernels.size(), "a route of routes.def");
-  WalkLines<typename RouteLine<S, D>::type>(p, LineKernelOf(kRoute, isa));
+  if constexpr (kRouteKernels[kRoute].kernel != Kernel::none) {
+    const LineKernel fast = LineKernelOf(kRoute, isa);
+    if (fast.run != nullptr) return WalkLines<typename RouteLine<S, D, true>::type>(p, fast);
+  }
+  WalkLines<typename RouteLine<S, D, false>::type>(p, LineKernel{});
 }
 
 }  // namespace qvi::convert
