@@ -9,6 +9,8 @@ set -euo pipefail
 packages=(cmake make g++ clang libclang-rt-14-dev pkg-config binutils
           libgtest-dev libgmock-dev libbenchmark-dev
           libtiff-dev libcli11-dev libpng-dev valgrind
+          # the tests on an emulated processor without AVX2 (preset westmere)
+          qemu-user-static
           # live capture: Aravis, its fake cameras and private network namespaces
           # (aravis-0.8.pc names libusb-1.0, which libaravis-dev does not pull in)
           libaravis-dev libusb-1.0-0-dev aravis-tools iproute2
