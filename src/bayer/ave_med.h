@@ -156,34 +156,34 @@ struct AveMed {
   // The row below one sample further right.
   static constexpr bool kBelowAhead = M::Has(kBelowRowOneAhead);
 
-  static void Run(const Image& im, const A& a, const FastPairs& fast) {
-    const uint32_t w = im.width, pairs = (w - 1) / 2;
+  static void Run(const View& src, const View& dst, const A& a, const FastPairs& fast) {
+    const uint32_t w = src.width, pairs = (w - 1) / 2;
     {
-      const uint8_t *here = im.SrcRow(0), *below = im.SrcRow(1);
-      uint8_t* out = im.DstRow(0);
+      const uint8_t *here = src.Line(0), *below = src.Line(1);
+      uint8_t* out = dst.Line(0);
       Row<0>::template Corner<0, false>(here, below, out, 0, 1, a);
       Row<0>::EdgePairs(here, below, out, 0, pairs, a);
       // kBelowRowOneAhead: the top-right pixel's green reads one sample past row 1.
       if (w % 2 == 0) Row<0>::template Corner<1, kBelowAhead>(here, below, out, w - 1, w - 2, a);
     }
     uint32_t y = 1;
-    for (; y + 2 < im.height; y += 2) {
-      InteriorRow<1>(im, y, a, fast);
-      InteriorRow<0>(im, y + 1, a, fast);
+    for (; y + 2 < src.height; y += 2) {
+      InteriorRow<1>(src, dst, y, a, fast);
+      InteriorRow<0>(src, dst, y + 1, a, fast);
     }
-    if (y + 1 < im.height) InteriorRow<1>(im, y, a, fast);
-    if ((im.height - 1) % 2 == 0) {
-      LastRow<0>(im, a);
+    if (y + 1 < src.height) InteriorRow<1>(src, dst, y, a, fast);
+    if ((src.height - 1) % 2 == 0) {
+      LastRow<0>(src, dst, a);
     } else {
-      LastRow<1>(im, a);
+      LastRow<1>(src, dst, a);
     }
   }
 
   template <uint32_t kParity>
-  static void InteriorRow(const Image& im, uint32_t y, const A& a, const FastPairs& fast) {
-    const uint32_t w = im.width;
-    const uint8_t *above = im.SrcRow(y - 1), *here = im.SrcRow(y), *below = im.SrcRow(y + 1);
-    uint8_t* out = im.DstRow(y);
+  static void InteriorRow(const View& src, const View& dst, uint32_t y, const A& a, const FastPairs& fast) {
+    const uint32_t w = src.width;
+    const uint8_t *above = src.Line(y - 1), *here = src.Line(y), *below = src.Line(y + 1);
+    uint8_t* out = dst.Line(y);
     if constexpr (kBelowAhead) {
       // kBelowRowOneAhead: odd widths read every sample of the row below one column further right.
       if (w % 2 == 1) below += Sample<M::kDepth>::kBytes;
@@ -198,10 +198,10 @@ struct AveMed {
   }
 
   template <uint32_t kParity>
-  static void LastRow(const Image& im, const A& a) {
-    const uint32_t w = im.width, y = im.height - 1;
-    const uint8_t *here = im.SrcRow(y), *above = im.SrcRow(y - 1);
-    uint8_t* out = im.DstRow(y);
+  static void LastRow(const View& src, const View& dst, const A& a) {
+    const uint32_t w = src.width, y = src.height - 1;
+    const uint8_t *here = src.Line(y), *above = src.Line(y - 1);
+    uint8_t* out = dst.Line(y);
     Row<kParity>::template Corner<0, false>(here, above, out, 0, 1, a);
     Row<kParity>::EdgePairs(here, above, out, 0, (w - 1) / 2, a);
     if (w % 2 == 0) Row<kParity>::template Corner<1, false>(here, above, out, w - 1, w - 2, a);

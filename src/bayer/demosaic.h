@@ -1,4 +1,5 @@
-// A demosaic member from call to result: the frame, then the method's walker.
+// A demosaic member from call to result: the queries, the rows, then the
+// method's walker.
 #pragma once
 
 #include <cstdint>
@@ -10,6 +11,7 @@
 #include "bayer/member.h"
 #include "bayer/pair_kernels.h"
 #include "buffer/dispatch.h"
+#include "buffer/queries.h"
 #include "qvi.h"
 
 namespace qvi::bayer {
@@ -28,12 +30,16 @@ struct WalkerOf<Member<D, P, Method::dup, F, X>> {
 // `isa`; `bits` is ignored for 8-bit input.
 template <class M>
 Status Demosaic(BufferHandle source, BufferHandle destination, uint32_t bits, Isa isa = Chosen()) {
-  FrameParams f;
-  if (const Status s = QueryFrame<M::kDepth>(source, destination, bits, &f); s != STATUS_OK) return s;
-  Image image;
-  if (LayOut<M::kDepth, M::kPacking>(f, &image)) {
+  View asked_source, asked_destination;
+  if (const Status s = buffer::AskForDemosaic(source, destination, M::kDepth == Depth::BAYn, bits, &asked_source,
+                                              &asked_destination);
+      s != STATUS_OK) {
+    return s;
+  }
+  View src, dst;
+  if (LayOut<M::kDepth, M::kPacking>(asked_source, asked_destination, &src, &dst)) {
     const FastPairs fast{PairKernelsOf(MemberIndex<M>(), isa), bits};
-    WalkerOf<M>::type::Run(image, Arith<M::kDepth>(bits), fast);
+    WalkerOf<M>::type::Run(src, dst, Arith<M::kDepth>(bits), fast);
   }
   return STATUS_OK;
 }

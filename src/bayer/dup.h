@@ -95,18 +95,18 @@ struct Dup {
   static constexpr bool kColumn0GreenFromRight =
       M::Has(kGreenFromRightAtColumn0Blue) && !RowKind<M::kPhase, kParity>::kRed;
 
-  static void Run(const Image& im, const A& a, const FastPairs& fast) {
+  static void Run(const View& src, const View& dst, const A& a, const FastPairs& fast) {
     // Row 0: the top-left red or blue pixel always takes green from the right.
-    Row<0>::template Produce<true>(im.SrcRow(0), im.SrcRow(1), im.DstRow(0), im.width, a, fast);
+    Row<0>::template Produce<true>(src.Line(0), src.Line(1), dst.Line(0), src.width, a, fast);
     uint32_t y = 1;
-    for (; y + 1 < im.height; y += 2) {
-      Row<1>::template Produce<kColumn0GreenFromRight<1>>(im.SrcRow(y), im.SrcRow(y - 1), im.DstRow(y), im.width, a,
+    for (; y + 1 < src.height; y += 2) {
+      Row<1>::template Produce<kColumn0GreenFromRight<1>>(src.Line(y), src.Line(y - 1), dst.Line(y), src.width, a,
                                                           fast);
-      Row<0>::template Produce<kColumn0GreenFromRight<0>>(im.SrcRow(y + 1), im.SrcRow(y), im.DstRow(y + 1), im.width,
+      Row<0>::template Produce<kColumn0GreenFromRight<0>>(src.Line(y + 1), src.Line(y), dst.Line(y + 1), src.width,
                                                           a, fast);
     }
-    if (y < im.height) {
-      Row<1>::template Produce<kColumn0GreenFromRight<1>>(im.SrcRow(y), im.SrcRow(y - 1), im.DstRow(y), im.width, a,
+    if (y < src.height) {
+      Row<1>::template Produce<kColumn0GreenFromRight<1>>(src.Line(y), src.Line(y - 1), dst.Line(y), src.width, a,
                                                           fast);
     }
   }

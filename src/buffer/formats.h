@@ -69,4 +69,17 @@ constexpr uint32_t BytesPerPixel(Fmt f) {
   }
 }
 
+// The bit depth of a Bayer mosaic format (what QVI_Convert passes a deep
+// member), 0 for any other format.
+constexpr uint32_t MosaicBits(Fmt f) {
+  switch (f) {
+    case Fmt::BAY8: return 8;
+    case Fmt::BAY10: return 10;
+    case Fmt::BAY12: return 12;
+    case Fmt::BAY14: return 14;
+    case Fmt::BAY16: return 16;
+    default: return 0;
+  }
+}
+
 }  // namespace qvi

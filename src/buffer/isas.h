@@ -1,9 +1,10 @@
 // The instruction sets with kernels of their own, in rising order: the
 // library runs the last one of its architecture that the processor has.
 // Adding one is a line here and a rows_<name>.cpp in each family with
-// kernels (src/convert, src/bayer, src/field); cmake/QviInstructionSets.cmake reads the
-// names, architectures and compiler flags from this list, and compiles each
-// rows_<name>.cpp with those flags and QVI_ISA defined as the name.
+// kernels (src/convert, src/bayer, src/field).  The build
+// (cmake/QviInstructionSets.cmake) reads the names, architectures and
+// compiler flags from this list and compiles each rows_<name>.cpp with those
+// flags and QVI_ISA defined as the name.
 //
 //   X(name, architecture, compiler flags, whether the processor has it)
 //

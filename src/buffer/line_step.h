@@ -8,16 +8,24 @@ namespace qvi::buffer {
 
 // What a pointer adds after a line: the stride minus the bytes the line's
 // pixels took, in unsigned 32-bit arithmetic, rounded down to a multiple of
-// `rounding` (1, 2 or 4).
+// `rounding` (1, 2 or 4).  The two rules below say which.
 constexpr uint32_t LineGap(uint32_t stride, uint32_t line_bytes, uint32_t rounding) {
   return (stride - line_bytes) & ~(rounding - 1u);
 }
 
-// The rounding of a buffer's line gap by its pixel size: 2- and 6-byte
-// pixels (16-bit words) round to even, 4-byte pixels to a multiple of 4,
-// 1- and 3-byte pixels not at all.
-constexpr uint32_t GapRounding(uint32_t bytes_per_pixel) {
-  return bytes_per_pixel == 4 ? 4u : (bytes_per_pixel % 2 == 0 ? 2u : 1u);
+// The rule of the conversions and the TIFF strip: the gap is rounded down to
+// the buffer's element, 16-bit words (2- and 6-byte pixels) to even, 32-bit
+// words (4-byte pixels) to a multiple of 4, bytes (1- and 3-byte pixels) not
+// at all.
+constexpr uint32_t ElementRoundedGap(uint32_t stride, uint32_t line_bytes, uint32_t element_bytes) {
+  return LineGap(stride, line_bytes, element_bytes == 4 ? 4u : (element_bytes % 2 == 0 ? 2u : 1u));
+}
+
+// The rule of the demosaic members' destinations: only a row of 16-bit
+// words (the 2-byte packings) has its gap rounded down to even; the 3- and
+// 4-byte packings are bytes, their gap taken as it is.
+constexpr uint32_t WordRoundedGap(uint32_t stride, uint32_t line_bytes, uint32_t pixel_bytes) {
+  return LineGap(stride, line_bytes, pixel_bytes == 2 ? 2u : 1u);
 }
 
 // A running position inside a buffer of stride x height bytes.  The walkers

@@ -8,8 +8,8 @@
 #include <cstdint>
 #include <type_traits>
 
-#include "buffer/buffer_query.h"
 #include "buffer/line_step.h"
+#include "buffer/view.h"
 #include "buffer/dispatch.h"
 #include "convert/line_kernels.h"
 #include "convert/readers.h"
@@ -50,12 +50,8 @@ struct PixelLine {
   static uint64_t SrcAdvance(uint32_t w) { return uint64_t{w} * R::kBytes; }
   static uint64_t SrcBytesBefore(uint32_t x) { return uint64_t{x} * R::kBytes; }
   static uint64_t DstAdvance(uint32_t w) { return uint64_t{w} * W::kBytes; }
-  static uint32_t SrcGap(uint32_t stride, uint32_t w) {
-    return buffer::LineGap(stride, w * R::kBytes, buffer::GapRounding(R::kBytes));
-  }
-  static uint32_t DstGap(uint32_t stride, uint32_t w) {
-    return buffer::LineGap(stride, w * W::kBytes, buffer::GapRounding(W::kBytes));
-  }
+  static uint32_t SrcGap(uint32_t stride, uint32_t w) { return buffer::ElementRoundedGap(stride, w * R::kBytes, R::kBytes); }
+  static uint32_t DstGap(uint32_t stride, uint32_t w) { return buffer::ElementRoundedGap(stride, w * W::kBytes, W::kBytes); }
   static void Row(const uint8_t* s, uint8_t* d, uint32_t w, const LineKernel& fast) {
     uint32_t done = 0;
     if constexpr (kFast) done = FastPart<PixelLine, W>(fast, s, d, w, w);
@@ -76,11 +72,9 @@ struct PairLine {
   static uint64_t SrcBytesBefore(uint32_t x) { return uint64_t{x / 2} * R::kStepBytes; }  // x even
   static uint64_t DstAdvance(uint32_t w) { return Pairs(w) * 2 * W::kBytes; }
   static uint32_t SrcGap(uint32_t stride, uint32_t w) {
-    return buffer::LineGap(stride, R::LineBytes(w), R::kGapRounding);
+    return buffer::ElementRoundedGap(stride, R::LineBytes(w), R::kElementBytes);
   }
-  static uint32_t DstGap(uint32_t stride, uint32_t w) {
-    return buffer::LineGap(stride, w * W::kBytes, buffer::GapRounding(W::kBytes));
-  }
+  static uint32_t DstGap(uint32_t stride, uint32_t w) { return buffer::ElementRoundedGap(stride, w * W::kBytes, W::kBytes); }
   static void Row(const uint8_t* s, uint8_t* d, uint32_t w, const LineKernel& fast) {
     uint32_t done = 0;  // even
     if constexpr (kFast) done = FastPart<PairLine, W>(fast, s, d, static_cast<uint32_t>(2 * Pairs(w)), w);
@@ -146,15 +140,15 @@ concept ReadsPastLine = requires { Line::kReadsPastLine; };
 // (A function of its own for each route and kernel or none: inlined into
 // the route switch, the portable loops lose their vector code.)
 template <class Line>
-[[gnu::noinline]] void WalkLines(const buffer::ConversionPair& p, const LineKernel& fast) {
-  buffer::LineCursor src(p.src, p.src_stride, p.src_height);
-  buffer::LineCursor dst(p.dst, p.dst_stride, p.dst_height);
-  const uint32_t w = p.src_width;
+[[gnu::noinline]] void WalkLines(const View& source, const View& destination, const LineKernel& fast) {
+  buffer::LineCursor src(source.address, source.stride, source.height);
+  buffer::LineCursor dst(destination.address, destination.stride, destination.height);
+  const uint32_t w = source.width;
   const uint64_t src_line = Line::SrcAdvance(w);
   const uint64_t dst_line = Line::DstAdvance(w);
-  const uint32_t src_gap = Line::SrcGap(p.src_stride, w);
-  const uint32_t dst_gap = Line::DstGap(p.dst_stride, w);
-  for (uint32_t y = 0; y < p.src_height; ++y) {
+  const uint32_t src_gap = Line::SrcGap(source.stride, w);
+  const uint32_t dst_gap = Line::DstGap(destination.stride, w);
+  for (uint32_t y = 0; y < source.height; ++y) {
     if (!src.Holds(src_line) || !dst.Holds(dst_line)) return;
     if constexpr (ReadsPastLine<Line>) {
       Line::Row(src.Here(), dst.Here(), w, src.Holds(src_line + Line::kReadsPastLine));
@@ -168,14 +162,14 @@ template <class Line>
 
 // Walks a route's lines with its fast kernel in the best set up to `isa`.
 template <Fmt S, Fmt D>
-void WalkRoute(const buffer::ConversionPair& p, Isa isa) {
+void WalkRoute(const View& source, const View& destination, Isa isa) {
   constexpr size_t kRoute = RouteIndex(S, D);
   static_assert(kRoute < kRouteKernels.size(), "a route of routes.def");
   if constexpr (kRouteKernels[kRoute].kernel != Kernel::none) {
     const LineKernel fast = LineKernelOf(kRoute, isa);
-    if (fast.run != nullptr) return WalkLines<typename RouteLine<S, D, true>::type>(p, fast);
+    if (fast.run != nullptr) return WalkLines<typename RouteLine<S, D, true>::type>(source, destination, fast);
   }
-  WalkLines<typename RouteLine<S, D, false>::type>(p, LineKernel{});
+  WalkLines<typename RouteLine<S, D, false>::type>(source, destination, LineKernel{});
 }
 
 }  // namespace qvi::convert

@@ -41,9 +41,10 @@ struct Reader<Fmt::Y12P> {
   using Pixel = Grey8;
   static constexpr uint32_t kPixelsPerStep = 2;
   static constexpr uint32_t kStepBytes = 3;
-  // The source gap is stride - 3w/2 (integer division), not rounded.
+  // The source gap is stride - 3w/2 (integer division), not rounded: the
+  // line is bytes.
   static constexpr uint32_t LineBytes(uint32_t w) { return 3 * w / 2; }
-  static constexpr uint32_t kGapRounding = 1;
+  static constexpr uint32_t kElementBytes = 1;
   static void Get2(const uint8_t* s, Grey8* first, Grey8* second) {
     *first = {s[0]};
     *second = {((s[1] & 0x0Fu) << 4) + (s[2] >> 4)};
@@ -93,9 +94,10 @@ struct Reader<Fmt::YUV422> {
   using Pixel = Colour8;
   static constexpr uint32_t kPixelsPerStep = 2;
   static constexpr uint32_t kStepBytes = 4;
-  // The source gap is stride - 2w, rounded down to even.
+  // The source gap is stride - 2w, rounded down to even: the line is
+  // luma/chroma byte pairs.
   static constexpr uint32_t LineBytes(uint32_t w) { return 2 * w; }
-  static constexpr uint32_t kGapRounding = 2;
+  static constexpr uint32_t kElementBytes = 2;
   static void Get2(const uint8_t* s, Colour8* first, Colour8* second) {
     const int32_t u = int32_t{s[1]} - 128;
     const int32_t v = int32_t{s[3]} - 128;

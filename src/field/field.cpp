@@ -1,6 +1,6 @@
 // The de-interlacer's dispatcher and its line methods, line duplication and
 // line averaging, which work on raw bytes and never look at the pixel format.
-#include "buffer/buffer_query.h"
+#include "buffer/queries.h"
 #include "field/field_rows.h"
 #include "field/frame_walk.h"
 #include "qvi.h"
@@ -10,9 +10,11 @@ namespace {
 
 template <class Row>
 Status LineMethod(BufferHandle field, BufferHandle frame, FieldParity parity, const Row& row) {
-  FieldPair p;
-  if (const Status s = ReadFieldPair(field, frame, AsksFormat::No, &p); s != STATUS_OK) return s;
-  WalkFrame(p, LinesAtFieldStride(p.field_stride), parity, row);
+  View f, d;
+  if (const Status s = ReadFieldAndFrame(field, frame, buffer::FieldFormat::NotAsked, &f, &d); s != STATUS_OK) {
+    return s;
+  }
+  WalkFrame(f, d, LinesAtFieldStride(f.stride), parity, row);
   return STATUS_OK;
 }
 
@@ -33,8 +35,7 @@ extern "C" QVI_API Status QVI_FieldToFrame_LineAve(BufferHandle field, BufferHan
 
 extern "C" QVI_API Status QVI_FieldToFrame(BufferHandle field, BufferHandle frame, FieldToFrameMethod method,
                                            FieldParity parity) {
-  if (qvi::buffer::QueryValid(field) == 0) return STATUS_BAD_BUFFER;
-  if (qvi::buffer::QueryValid(frame) == 0) return STATUS_BAD_BUFFER;
+  if (const Status s = qvi::buffer::AskForFieldToFrame(field, frame); s != STATUS_OK) return s;
   switch (method) {
     case FIELD_TO_FRAME_LINE_DUP: return QVI_FieldToFrame_LineDup(field, frame, parity);
     case FIELD_TO_FRAME_LINE_AVE: return QVI_FieldToFrame_LineAve(field, frame, parity);

@@ -7,30 +7,18 @@
 #include <cstring>
 
 #include "buffer/line_step.h"
+#include "buffer/queries.h"
+#include "buffer/view.h"
 #include "qvi.h"
 
 namespace qvi::field {
 
-struct FieldPair {
-  uint8_t* field = nullptr;
-  uint8_t* frame = nullptr;
-  uint32_t format = 0;  // of the field; asked for by bilinear and median only
-  uint32_t field_stride = 0;
-  uint32_t frame_stride = 0;
-  uint32_t field_height = 0;
-  uint32_t frame_height = 0;
-  uint32_t field_width = 0;
-  uint32_t frame_width = 0;
-};
-
-enum class AsksFormat : bool { No, Yes };
-
-// The checks of the four methods, in order, each failure returning
-// STATUS_BAD_BUFFER: the field's validity (the frame's is asked for but the
-// field's answer is tested in its place); both addresses asked for, then
-// each tested for null; the field's format when `asks_format`; strides,
-// heights and widths (field before frame each time); the size check.
-Status ReadFieldPair(BufferHandle field, BufferHandle frame, AsksFormat asks_format, FieldPair* pair);
+// The buffers of a de-interlacing method, in the order of its checks (the
+// queries are buffer/queries.h's AskForDeinterlacing), then the size check,
+// each failure returning STATUS_BAD_BUFFER.  `format`: the interpolating
+// methods ask for the field's format.
+Status ReadFieldAndFrame(BufferHandle field, BufferHandle frame, buffer::FieldFormat format, View* field_view,
+                         View* frame_view);
 
 // How a frame is laid out around its missing lines.  A copied field line is
 // always `line` bytes (the field stride S) and the frame line after it starts
@@ -57,11 +45,12 @@ constexpr FramePlan LinesAtFieldStride(uint32_t stride) { return {stride, stride
 // height; the first line that does not stops the walk.  A field of no lines
 // writes nothing.
 template <class Row>
-void WalkFrame(const FieldPair& p, const FramePlan& plan, FieldParity parity, const Row& row) {
-  const uint32_t h = p.field_height;
+void WalkFrame(const View& field_view, const View& frame_view, const FramePlan& plan, FieldParity parity,
+               const Row& row) {
+  const uint32_t h = field_view.height;
   if (h == 0) return;
-  buffer::LineCursor field(p.field, p.field_stride, h);
-  buffer::LineCursor frame(p.frame, p.frame_stride, p.frame_height);
+  buffer::LineCursor field(field_view.address, field_view.stride, h);
+  buffer::LineCursor frame(frame_view.address, frame_view.stride, frame_view.height);
   const uint32_t s = plan.line;
   const auto put_line = [&](const uint8_t* line) {
     if (!frame.Holds(s)) return false;

@@ -13,15 +13,15 @@ namespace qvi::field {
 // its own way; the others use whole lines.  A format outside the table
 // returns STATUS_BAD_PARAMETER with nothing written.
 template <class Op>
-Status RunInterpolated(const FieldPair& p, FieldParity parity, const FramePlan& quad_plan) {
-  const FramePlan whole = LinesAtFieldStride(p.field_stride);
+Status RunInterpolated(const View& field, const View& frame, FieldParity parity, const FramePlan& quad_plan) {
+  const FramePlan whole = LinesAtFieldStride(field.stride);
   const FieldKernels* fast = FieldKernelsOf(Chosen());
   const auto walk = [&]<Shape S>(const FramePlan& plan) {
-    WalkFrame(p, plan, parity, [fast](const uint8_t* a, const uint8_t* b, uint8_t* out, uint32_t n) {
+    WalkFrame(field, frame, plan, parity, [fast](const uint8_t* a, const uint8_t* b, uint8_t* out, uint32_t n) {
       InterpolatedRow<S, Op>(a, b, out, n, fast);
     });
   };
-  switch (FieldLayoutOf(p.format).shape) {
+  switch (FieldLayoutOf(field.format).shape) {
     case Shape::Grey8: walk.template operator()<Shape::Grey8>(whole); break;
     case Shape::Triple: walk.template operator()<Shape::Triple>(whole); break;
     case Shape::Quad: walk.template operator()<Shape::Quad>(quad_plan); break;

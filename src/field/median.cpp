@@ -36,8 +36,9 @@ extern "C" QVI_API uint32_t QVS_median6(uint32_t a, uint32_t b, uint32_t c, uint
 }
 
 extern "C" QVI_API Status QVI_FieldToFrame_Median(BufferHandle field, BufferHandle frame, FieldParity parity) {
+  using namespace qvi;
   using namespace qvi::field;
-  FieldPair p;
-  if (const Status s = ReadFieldPair(field, frame, AsksFormat::Yes, &p); s != STATUS_OK) return s;
-  return RunInterpolated<Median>(p, parity, MedianQuadDrift(p.field_stride));
+  View f, d;
+  if (const Status s = ReadFieldAndFrame(field, frame, buffer::FieldFormat::Asked, &f, &d); s != STATUS_OK) return s;
+  return RunInterpolated<Median>(f, d, parity, MedianQuadDrift(f.stride));
 }

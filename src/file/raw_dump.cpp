@@ -1,7 +1,7 @@
 // QVI_FileWrite: the file-kind dispatch and the raw dump of a buffer's lines.
 #include <cstdio>
 
-#include "buffer/buffer_query.h"
+#include "buffer/queries.h"
 #include "file/output_file.h"
 #include "qvi.h"
 
@@ -10,17 +10,15 @@ namespace {
 
 // Writes stride x height bytes from the data address, padding and all.
 Status WriteRawDump(BufferHandle buffer, const char* path) {
-  const uint8_t* data = buffer::QueryAddress(buffer);
-  if (data == nullptr) return STATUS_BAD_BUFFER;
-  const uint32_t height = buffer::Query32(buffer, BUF_PARAM_HEIGHT);
-  // A finished dump returns the buffer library's status for this query, unexamined.
+  View image;
+  // A finished dump returns the buffer library's status for the stride query, unexamined.
   Status stride_query_status = STATUS_OK;
-  const uint32_t stride = buffer::Query32(buffer, BUF_PARAM_STRIDE, &stride_query_status);
+  if (const Status s = buffer::AskForRawDump(buffer, &image, &stride_query_status); s != STATUS_OK) return s;
 
   FILE* stream = OpenForWriting(path);
   if (stream == nullptr) return STATUS_OPEN_FAILED;
-  const uint32_t bytes = height * stride;  // modulo 2^32, as the dump is defined
-  if (std::fwrite(data, 1, bytes, stream) < bytes) {
+  const uint32_t bytes = image.height * image.stride;  // modulo 2^32, as the dump is defined
+  if (std::fwrite(image.address, 1, bytes, stream) < bytes) {
     CloseAfterFailure(stream);
     return STATUS_WRITE_FAILED;
   }
@@ -32,7 +30,7 @@ Status WriteRawDump(BufferHandle buffer, const char* path) {
 }  // namespace qvi::file
 
 extern "C" QVI_API Status QVI_FileWrite(BufferHandle buffer, const char* path, FileKind kind) {
-  if (qvi::buffer::QueryValid(buffer) == 0) return STATUS_BAD_BUFFER;
+  if (const Status s = qvi::buffer::AskForFileWrite(buffer); s != STATUS_OK) return s;
   if (kind == FILE_KIND_TIFF) return QVI_FileWriteTiff(buffer, path);
   if (kind != FILE_KIND_RAW) return STATUS_BAD_PARAMETER;
   return qvi::file::WriteRawDump(buffer, path);

@@ -14,7 +14,6 @@ namespace qvi::file::tiff {
 struct Grey8Row {
   static constexpr bool kFileOrderIsMemoryOrder = true;
   static constexpr uint32_t kBytesPerPixel = 1;
-  static constexpr uint32_t kGapRounding = 1;
   static constexpr size_t kFastRoute = convert::kRouteKernels.size();  // none
   static void Convert(uint8_t* out, const uint8_t* in, uint32_t n, const convert::LineKernel&) {
     std::memcpy(out, in, n);
@@ -24,7 +23,6 @@ struct Grey8Row {
 struct ReversedTripletRow {
   static constexpr bool kFileOrderIsMemoryOrder = false;
   static constexpr uint32_t kBytesPerPixel = 3;
-  static constexpr uint32_t kGapRounding = 1;
   static constexpr size_t kFastRoute = convert::RouteIndex(Fmt::BGR24, Fmt::RGB24);
   static void Convert(uint8_t* out, const uint8_t* in, uint32_t n, const convert::LineKernel& fast) {
     const uint32_t done = fast.run != nullptr ? fast.run(in, out, n) : 0;
@@ -41,7 +39,6 @@ struct ReversedTripletRow {
 struct Grey16BigEndianRow {
   static constexpr bool kFileOrderIsMemoryOrder = false;
   static constexpr uint32_t kBytesPerPixel = 2;
-  static constexpr uint32_t kGapRounding = 2;
   static constexpr size_t kFastRoute = convert::kRouteKernels.size();  // none
   static void Convert(uint8_t* out, const uint8_t* in, uint32_t n, const convert::LineKernel&) {
     for (uint32_t i = 0; i < n; ++i, in += 2, out += 2) {

@@ -28,16 +28,16 @@ void WriteZeros(BoundaryWriter& out, uint64_t bytes) {
 }
 
 template <class Row>
-void WalkStrip(FILE* stream, const StripSource& image, Isa isa) {
+void WalkStrip(FILE* stream, const View& image, Isa isa) {
   if (image.width == 0 || image.height == 0) return;
   const convert::LineKernel fast =
       Row::kFastRoute < convert::kRouteKernels.size() ? convert::LineKernelOf(Row::kFastRoute, isa) : convert::LineKernel{};
   constexpr uint32_t kPixelBytes = Row::kBytesPerPixel;
   const uint64_t line_bytes = uint64_t{image.width} * kPixelBytes;
-  const uint32_t gap = buffer::LineGap(image.stride, image.width * kPixelBytes, Row::kGapRounding);
+  const uint32_t gap = buffer::ElementRoundedGap(image.stride, image.width * kPixelBytes, kPixelBytes);
   // A buffer without memory spans nothing.
-  buffer::LineCursor cursor = image.data != nullptr ? buffer::LineCursor(image.data, image.stride, image.height)
-                                                    : buffer::LineCursor(nullptr, 0, 0);
+  buffer::LineCursor cursor = image.address != nullptr ? buffer::LineCursor(image.address, image.stride, image.height)
+                                                       : buffer::LineCursor(nullptr, 0, 0);
   // Lines without gaps that need no reordering are already the strip, handed
   // over in one call (the stream passes most of it to the kernel in one write,
   // wherever it starts).
@@ -77,7 +77,7 @@ void WalkStrip(FILE* stream, const StripSource& image, Isa isa) {
 
 }  // namespace
 
-void WriteStrip(FILE* stream, const StripSource& image, Pixels pixels, Isa isa) {
+void WriteStrip(FILE* stream, const View& image, Pixels pixels, Isa isa) {
   switch (pixels) {
     case Pixels::Grey8: return WalkStrip<Grey8Row>(stream, image, isa);
     case Pixels::ReversedTriplet: return WalkStrip<ReversedTripletRow>(stream, image, isa);

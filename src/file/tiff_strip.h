@@ -5,18 +5,13 @@
 #include <cstdio>
 
 #include "buffer/dispatch.h"
+#include "buffer/view.h"
 #include "file/tiff_layout.h"
 
 namespace qvi::file::tiff {
 
-struct StripSource {
-  uint8_t* data;  // address of line 0; may be null (no memory)
-  uint32_t width;
-  uint32_t height;
-  uint32_t stride;
-};
-
-// Writes width x height pixels of `image` in the given pixel order.  Each line
+// Writes width x height pixels of `image` in the given pixel order (its
+// address may be null: no memory).  Each line
 // starts stride bytes after the previous one (the step after a line is stride
 // minus the line's bytes, modulo 2^32, rounded down to even for 16-bit
 // samples).  Only the stride x height bytes from the address are read: from
@@ -24,6 +19,6 @@ struct StripSource {
 // are written instead, so the strip always has its full length.  Write
 // errors are left in the stream for fclose to report.  Fast kernels of the
 // best set up to `isa` reorder the bytes.
-void WriteStrip(FILE* stream, const StripSource& image, Pixels pixels, Isa isa);
+void WriteStrip(FILE* stream, const View& image, Pixels pixels, Isa isa);
 
 }  // namespace qvi::file::tiff

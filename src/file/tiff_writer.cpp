@@ -6,7 +6,7 @@
 #include <array>
 #include <cstdio>
 
-#include "buffer/buffer_query.h"
+#include "buffer/queries.h"
 #include "file/output_file.h"
 #include "file/tiff_layout.h"
 #include "file/tiff_strip.h"
@@ -16,7 +16,7 @@
 namespace qvi::file::tiff {
 namespace {
 
-uint32_t ValueOf(const Entry& entry, const Layout& layout, const StripSource& image) {
+uint32_t ValueOf(const Entry& entry, const Layout& layout, const View& image) {
   switch (entry.value) {
     case Value::Constant: return entry.constant;
     case Value::WidthAsShort: return image.width & 0xFFFFu;
@@ -71,7 +71,8 @@ class Positions {
 
 }  // namespace
 
-Status WriteTiff(FILE* stream, uint32_t format, const StripSource& image) {
+Status WriteTiff(FILE* stream, const View& image) {
+  const uint32_t format = image.format;
   QVI_fput_ui16m(stream, kByteOrderMotorola);
   QVI_fput_ui16m(stream, kMagic);
   QVI_fput_ui32m(stream, kDirectoryOffset);
@@ -128,20 +129,14 @@ Status WriteTiff(FILE* stream, uint32_t format, const StripSource& image) {
 
 extern "C" QVI_API Status QVI_FileWriteTiff(BufferHandle buffer, const char* path) {
   using namespace qvi;
-  if (buffer::QueryValid(buffer) == 0) return STATUS_BAD_BUFFER;
-  const uint32_t format = buffer::Query32(buffer, BUF_PARAM_FORMAT);
-  if (format == 0) return STATUS_BAD_BUFFER;
-  file::tiff::StripSource image{};
-  image.data = buffer::QueryAddress(buffer);  // may be null: see WriteStrip
-  image.height = buffer::Query32(buffer, BUF_PARAM_HEIGHT);
-  image.width = buffer::Query32(buffer, BUF_PARAM_WIDTH);
-  image.stride = buffer::Query32(buffer, BUF_PARAM_STRIDE);
+  View image;  // its address may be null: see WriteStrip
+  if (const Status s = buffer::AskForTiff(buffer, &image); s != STATUS_OK) return s;
 
   file::StreamBuffer stream_buffer;  // outlives the stream: each path below closes it
   FILE* stream = file::OpenForWriting(path);
   if (stream == nullptr) return STATUS_OPEN_FAILED;
   file::UseStreamBuffer(stream, stream_buffer);
-  if (const Status status = file::tiff::WriteTiff(stream, format, image); status != STATUS_OK) {
+  if (const Status status = file::tiff::WriteTiff(stream, image); status != STATUS_OK) {
     file::CloseAfterFailure(stream);
     return status;
   }

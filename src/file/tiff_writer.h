@@ -4,14 +4,14 @@
 #include <cstdint>
 #include <cstdio>
 
-#include "file/tiff_strip.h"
+#include "buffer/view.h"
 #include "qvi.h"
 
 namespace qvi::file::tiff {
 
-// Writes the file of `format` holding `image` to `stream`, from wherever the
-// stream stands.  A failure status leaves the stream for the caller to close;
+// Writes the file of `image` (its format, address, width, height and
+// stride) to `stream`, from wherever the stream stands.  A failure status leaves the stream for the caller to close;
 // write errors are left in it for fclose to report.
-Status WriteTiff(FILE* stream, uint32_t format, const StripSource& image);
+Status WriteTiff(FILE* stream, const View& image);
 
 }  // namespace qvi::file::tiff

@@ -183,7 +183,7 @@ TEST(BayerRoutes, MethodAndPhaseChooseTheMemberAndTheDepth) {
   size_t converted = 0;
   for (auto [s, d, bayer] : ConversionRoutes()) {
     if (!bayer) continue;
-    const uint32_t bits = s == Fmt::BAY8 ? 8 : 10 + 2 * (uint32_t(s) - uint32_t(Fmt::BAY10));
+    const uint32_t bits = MosaicBits(s);
     // A member that writes the destination format: its packing and pixel size.
     const auto into = std::ranges::find(DemosaicMembers(), FullCode(d), &DemosaicMember::destination_format);
     for (size_t mi = 0; mi < std::size(methods); ++mi) {

@@ -1,6 +1,8 @@
 // The order in which QVI_Convert asks the buffer library: every parameter, in
-// order, whatever the route and whatever status the queries return; and every
-// failed check answers STATUS_BAD_BUFFER at its own step with nothing written.
+// order, whatever the route and whatever status the queries return; every
+// failed check answers STATUS_BAD_BUFFER at its own step with nothing
+// written; and a Bayer route, once its checks pass, hands both handles to a
+// demosaic entry point, which asks again.
 #include <gtest/gtest.h>
 
 #include <vector>
@@ -47,6 +49,43 @@ TEST(ConvertQueries, AskInOrderAndStopAtTheFailedCheckWithNothingWritten) {
     EXPECT_EQ(QueryLog(), std::vector<Query>(full.begin(), full.begin() + c.queries_made)) << c.what;
     EXPECT_EQ(AllBytesAre(dst.bytes(), kCanary), c.status != STATUS_OK) << c.what;
     if (c.status == STATUS_OK) { EXPECT_EQ(dst.Get16(0) & 0xFF, 0x11u) << c.what; }
+  }
+}
+
+// The Bayer hand-off: a BAY12 source (method and phase below) into a BGR24
+// or RGBX32 destination of 4x3 pixels.  The conversion's fourteen queries,
+// then, when the route accepts the method and phase, the member's eight.
+TEST(ConvertQueries, TheBayerHandOffAsksAgainThroughTheMember) {
+  ResetFakeBuffers();
+  const struct {
+    const char* what;
+    uint32_t destination_format, method, phase, destination_stride;
+    Status status;
+    bool handed_off;
+  } cases[] = {
+      {"handed off", FMT_BGR24, DEMOSAIC_METHOD_AVE, BAYER_PHASE_B, 12, STATUS_OK, true},
+      {"only dup into RGBX32", FMT_RGBX32, DEMOSAIC_METHOD_MED, BAYER_PHASE_A, 16, STATUS_BAD_BAYER_MODE, false},
+      {"no such phase", FMT_BGR24, DEMOSAIC_METHOD_DUP, 0x50A, 12, STATUS_BAD_BAYER_MODE, false},
+      {"destination too small", FMT_BGR24, DEMOSAIC_METHOD_DUP, BAYER_PHASE_A, 11, STATUS_BAD_BUFFER, false},
+  };
+  for (const auto& c : cases) {
+    TestImage src(FMT_BAY12, 4, 3, 8, 0, 0x40), dst(c.destination_format, 4, 3, c.destination_stride);
+    src.params().method = c.method, src.params().phase = c.phase;
+    ClearQueryLog();
+    EXPECT_EQ(QVI_Convert(src.handle(), dst.handle()), c.status) << c.what;
+    const BufferHandle s = src.handle(), d = dst.handle();
+    std::vector<Query> expected = {
+        {s, BUF_PARAM_VALID},  {d, BUF_PARAM_VALID},  {d, BUF_PARAM_FORMAT}, {s, BUF_PARAM_FORMAT},
+        {s, BUF_PARAM_ADDRESS}, {d, BUF_PARAM_ADDRESS}, {s, BUF_PARAM_STRIDE}, {d, BUF_PARAM_STRIDE},
+        {s, BUF_PARAM_HEIGHT}, {d, BUF_PARAM_HEIGHT}, {s, BUF_PARAM_WIDTH},  {d, BUF_PARAM_WIDTH},
+        {s, BUF_PARAM_DEMOSAIC_METHOD}, {s, BUF_PARAM_BAYER_PHASE}};
+    if (c.handed_off) {
+      expected.insert(expected.end(), {{s, BUF_PARAM_VALID}, {d, BUF_PARAM_VALID}, {s, BUF_PARAM_ADDRESS},
+                                       {s, BUF_PARAM_STRIDE}, {d, BUF_PARAM_STRIDE}, {d, BUF_PARAM_ADDRESS},
+                                       {s, BUF_PARAM_HEIGHT}, {s, BUF_PARAM_WIDTH}});
+    }
+    EXPECT_EQ(QueryLog(), expected) << c.what;
+    EXPECT_EQ(AllBytesAre(dst.bytes(), kCanary), !c.handed_off) << c.what;
   }
 }
 

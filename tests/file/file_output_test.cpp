@@ -199,8 +199,8 @@ TEST_F(FileOutput, OffsetsArePatchedWhereTheStreamDoesNotCountFromTheStart) {
     FILE* stream = std::tmpfile();
     ASSERT_NE(stream, nullptr);
     std::fputs("abc", stream);
-    const file::tiff::StripSource source{image.bytes().data(), 5, 3, 16};
-    EXPECT_EQ(file::tiff::WriteTiff(stream, format, source), STATUS_OK);
+    const View source{image.bytes().data(), 16, 5, 3, format};
+    EXPECT_EQ(file::tiff::WriteTiff(stream, source), STATUS_OK);
     std::vector<uint8_t> file(expected.size() + 1);
     std::rewind(stream);
     file.resize(std::fread(file.data(), 1, file.size(), stream));

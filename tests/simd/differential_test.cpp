@@ -115,7 +115,7 @@ TEST(Differential, EveryDemosaicMemberMatchesThePortableLoop) {
 
 // ---- Conversions: every pixel route, through the line walker. ----
 
-using Walk = void (*)(const buffer::ConversionPair&, Isa);
+using Walk = void (*)(const View& source, const View& destination, Isa);
 struct Route {
   Fmt source, destination;
   Walk walk;
@@ -145,15 +145,12 @@ TEST(Differential, EveryConversionRouteMatchesThePortableLoop) {
     for (uint32_t w : {1, 2, 15, 16, 17, 31, 32, 33, 47, 50, 63, 64, 65, 96, 97, 129, 130}) {
       for (uint32_t h : {1, 3}) {
         const Geometry g(i++);
-        buffer::ConversionPair p;
-        p.src_stride = SourceLineBytes(route.source, w) + g.src_extra;
-        p.dst_stride = w * BytesPerPixel(route.destination) + g.dst_extra;
-        p.src_width = p.dst_width = w;
-        p.src_height = p.dst_height = h;
-        auto src = g.Source(uint64_t{p.src_stride} * h, 0, rng);
-        p.src = src.data() + g.src_offset;
-        ASSERT_TRUE(SameAsPortable(g, uint64_t{p.dst_stride} * h, route.own, [&](Isa isa, uint8_t* out) {
-          p.dst = out, route.walk(p, isa);
+        const uint32_t src_stride = SourceLineBytes(route.source, w) + g.src_extra;
+        const uint32_t dst_stride = w * BytesPerPixel(route.destination) + g.dst_extra;
+        auto src = g.Source(uint64_t{src_stride} * h, 0, rng);
+        const View source{src.data() + g.src_offset, src_stride, w, h, 0};
+        ASSERT_TRUE(SameAsPortable(g, uint64_t{dst_stride} * h, route.own, [&](Isa isa, uint8_t* out) {
+          route.walk(source, View{out, dst_stride, w, h, 0}, isa);
         }))
             << "route " << int(route.source) << " -> " << int(route.destination) << " " << w << "x" << h;
       }

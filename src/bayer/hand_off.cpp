@@ -1,4 +1,4 @@
-#include "bayer/convert_route.h"
+#include "bayer/hand_off.h"
 
 #include "bayer/member.h"
 
@@ -12,8 +12,8 @@ constexpr uint32_t MemberCode(Depth d, Packing p, Method m, Phase f) {
 
 }  // namespace
 
-Status ConvertRoute(BufferHandle source, BufferHandle destination, Fmt source_format, Fmt destination_format,
-                    uint32_t method, uint32_t phase) {
+Status DemosaicHandOff(BufferHandle source, BufferHandle destination, Fmt source_format, Fmt destination_format,
+                       uint32_t method, uint32_t phase) {
   Method m;
   switch (method) {
     case DEMOSAIC_METHOD_DUP: m = Method::dup; break;
@@ -42,16 +42,9 @@ Status ConvertRoute(BufferHandle source, BufferHandle destination, Fmt source_fo
   }
   // BGR16 exists only in phase A.
   if (p == Packing::BGR16 && f != Phase::A) return STATUS_BAD_BAYER_MODE;
-  Depth d;
-  uint32_t bits;
-  switch (source_format) {
-    case Fmt::BAY8: d = Depth::BAY8, bits = 8; break;
-    case Fmt::BAY10: d = Depth::BAYn, bits = 10; break;
-    case Fmt::BAY12: d = Depth::BAYn, bits = 12; break;
-    case Fmt::BAY14: d = Depth::BAYn, bits = 14; break;
-    case Fmt::BAY16: d = Depth::BAYn, bits = 16; break;
-    default: return STATUS_BAD_PARAMETER;
-  }
+  const uint32_t bits = MosaicBits(source_format);
+  if (bits == 0) return STATUS_BAD_PARAMETER;
+  const Depth d = bits == 8 ? Depth::BAY8 : Depth::BAYn;
   // The entry point repeats its own checks; what it returns is not passed on.
   switch (MemberCode(d, p, m, f)) {
 #define QVI_CALL_BAY8(P, M, F) (void)QVI_BAY8_to_##P##_##M##_##F(source, destination)
