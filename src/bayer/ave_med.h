@@ -38,7 +38,7 @@ struct Combine4 {
 
 // The rules of one output row, given the source rows around it.
 template <class M, class Row>
-struct MeanRow {
+struct AveMedRow {
   using S = Sample<M::kDepth>;
   using A = Arith<M::kDepth>;
   using C = Combine4<M::kMethod>;
@@ -143,7 +143,7 @@ template <class M>
 struct AveMed {
   using A = Arith<M::kDepth>;
   template <uint32_t kParity>
-  using Row = MeanRow<M, RowKind<M::kPhase, kParity>>;
+  using Row = AveMedRow<M, RowKind<M::kPhase, kParity>>;
 
   // Column 0 of even interior rows: blue of a green site unreduced.
   static constexpr bool kUnreducedBlue = M::Has(kUnreducedBlueAtColumn0);
@@ -154,7 +154,7 @@ struct AveMed {
   static_assert(!kUnreducedRed || (!RowKind<M::kPhase, 1>::kRed && !RowKind<M::kPhase, 1>::SiteAt(1)),
                 "the closing column of odd rows must be a green site whose vertical colour is red");
   // The row below one sample further right.
-  static constexpr bool kBelowAhead = M::Has(kBelowRowOneAhead);
+  static constexpr bool kReadsBelowOneAhead = M::Has(kBelowRowOneAhead);
 
   static void Run(const View& src, const View& dst, const A& a, const FastPairs& fast) {
     const uint32_t w = src.width, pairs = (w - 1) / 2;
@@ -164,7 +164,7 @@ struct AveMed {
       Row<0>::template Corner<0, false>(here, below, out, 0, 1, a);
       Row<0>::EdgePairs(here, below, out, 0, pairs, a);
       // kBelowRowOneAhead: the top-right pixel's green reads one sample past row 1.
-      if (w % 2 == 0) Row<0>::template Corner<1, kBelowAhead>(here, below, out, w - 1, w - 2, a);
+      if (w % 2 == 0) Row<0>::template Corner<1, kReadsBelowOneAhead>(here, below, out, w - 1, w - 2, a);
     }
     uint32_t y = 1;
     for (; y + 2 < src.height; y += 2) {
@@ -184,7 +184,7 @@ struct AveMed {
     const uint32_t w = src.width;
     const uint8_t *above = src.Line(y - 1), *here = src.Line(y), *below = src.Line(y + 1);
     uint8_t* out = dst.Line(y);
-    if constexpr (kBelowAhead) {
+    if constexpr (kReadsBelowOneAhead) {
       // kBelowRowOneAhead: odd widths read every sample of the row below one column further right.
       if (w % 2 == 1) below += Sample<M::kDepth>::kBytes;
     }

@@ -6,7 +6,7 @@
 // member; the destination may be written only within stride x height bytes
 // and only when the call succeeds; the source is never written.
 #include "fuzz/fuzz_input.h"
-#include "hardening/convert_reach.h"
+#include "support/convert_reach.h"
 #include "support/qvb_buffer.h"
 
 namespace qvi::fuzz {
@@ -23,7 +23,7 @@ void Run(FuzzInput& in) {
   const uint32_t src_format = DrawFormat(in), dst_format = DrawFormat(in);
   const Fmt src_fmt = LowByte(src_format), dst_fmt = LowByte(dst_format);
   const uint32_t w = in.Below(70), h = in.Below(12);
-  const uint32_t src_stride = in.Stride(test::SourceLineBytes(src_fmt, w)), dst_stride = in.Stride(w * BytesPerPixel(dst_fmt));
+  const uint32_t src_stride = in.Stride(test::TightStride(src_fmt, w)), dst_stride = in.Stride(w * BytesPerPixel(dst_fmt));
   const uint32_t flags = in.Byte();
   // The destination's own width and height take no part in the size rule.
   const uint32_t dst_height = flags & 0x10 ? in.Below(2 * h + 2) : h;

@@ -13,6 +13,7 @@
 #include <string>
 #include <vector>
 
+#include "support/convert_reach.h"
 #include "support/demosaic_members.h"
 #include "support/image.h"
 #include "support/routes.h"
@@ -55,11 +56,6 @@ std::string Hex(uint64_t v) {
   char text[24];
   std::snprintf(text, sizeof text, "0x%016" PRIX64, v);
   return text;
-}
-
-// Bytes a source line of w pixels reads: whole pairs of the packed formats.
-uint32_t SourceLineReach(Fmt f, uint32_t w) {
-  return f == Fmt::Y12P ? 3 * ((w + 1) / 2) : f == Fmt::YUV422 ? 4 * ((w + 1) / 2) : w * BytesPerPixel(f);
 }
 
 // In routes.def order.
@@ -126,7 +122,7 @@ TEST(Golden, EveryConversionRoute) {
     const bool dup_only = route.dst == Fmt::RGBX32 || route.dst == Fmt::BGR16;
     uint64_t digest = Digest({});
     for (const Geometry& g : kGeometries) {
-      const uint32_t src_stride = SourceLineReach(route.src, g.w) + g.src_extra;
+      const uint32_t src_stride = LineReadBytes(route.src, g.w) + g.src_extra;
       const uint32_t dst_stride = g.w * BytesPerPixel(route.dst) + g.dst_extra;
       Image src(FullCode(route.src), g.w, g.h, src_stride, g.offset, uint32_t(2 * r));
       Image dst(FullCode(route.dst), g.w, g.h, dst_stride, g.offset, uint32_t(2 * r + 1));

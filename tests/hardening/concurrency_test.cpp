@@ -76,12 +76,11 @@ Result Perform(const Work& w, const std::string& path) {
 }
 
 TEST(Concurrency, ThreadsGetWhatOneThreadGets) {
-  std::string dir = ::testing::TempDir() + "qvi-threads-XXXXXX";
-  ASSERT_NE(mkdtemp(dir.data()), nullptr);
+  const ScratchDir dir("qvi-threads");
   const std::vector<Work> works = Works();
   std::vector<Result> expected;
   for (const Work& w : works) {
-    expected.push_back(Perform(w, dir + "/alone"));
+    expected.push_back(Perform(w, dir / "alone"));
     EXPECT_EQ(std::get<Status>(expected.back()), STATUS_OK) << w.name;
   }
 
@@ -92,7 +91,7 @@ TEST(Concurrency, ThreadsGetWhatOneThreadGets) {
   for (size_t t = 0; t < 4; ++t) {
     threads.emplace_back([&, t] {
       for (size_t i = 5 * t; i < 5 * t + 25 * works.size(); ++i) {
-        if (Perform(works[i % works.size()], dir + "/thread" + std::to_string(t)) != expected[i % works.size()]) ++mismatches;
+        if (Perform(works[i % works.size()], dir / ("thread" + std::to_string(t))) != expected[i % works.size()]) ++mismatches;
       }
     });
   }
@@ -111,7 +110,6 @@ TEST(Concurrency, ThreadsGetWhatOneThreadGets) {
   done = true;
   churn.join();
   EXPECT_EQ(mismatches.load(), 0);
-  std::filesystem::remove_all(dir);
 }
 
 }  // namespace

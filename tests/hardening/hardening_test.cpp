@@ -14,7 +14,7 @@
 #include <map>
 #include <random>
 
-#include "hardening/convert_reach.h"
+#include "support/convert_reach.h"
 #include "support/demosaic_members.h"
 #include "support/fenced_image.h"
 #include "support/image.h"
@@ -37,7 +37,7 @@ TEST_P(GuardPages, Conversions) {
   for (const Route& r : ConversionRoutes()) {
     for (int trial = 0; trial < 14; ++trial) {
       const uint32_t w = trial == 0 ? 0 : 1 + Below(79), h = trial == 1 ? 0 : 1 + Below(4);  // past two vector blocks
-      const uint32_t src_stride = SourceLineBytes(r.src, w) + (trial % 3 == 0 ? 0 : Below(5));
+      const uint32_t src_stride = TightStride(r.src, w) + (trial % 3 == 0 ? 0 : Below(5));
       const uint32_t dst_stride = w * BytesPerPixel(r.dst) + (trial % 2 == 0 ? 0 : Below(7));
       // RGBX32 takes only duplication, BGR16 only duplication in phase A.
       const uint32_t method = r.dst == Fmt::RGBX32 || r.dst == Fmt::BGR16 ? methods[0] : methods[trial % 3];
@@ -163,12 +163,12 @@ TEST_F(FileTest, NothingButTheNamedFileIsTouchedAndNoDescriptorIsLeft) {
   for (const auto& [name, text] : {std::pair{"a.tif", "neighbour"}, {"b.raw", "another"}, {"c", ""}, {"kept", "old"}})
     std::ofstream(Path(name)) << text;
   ASSERT_EQ(mkfifo(fifo.c_str(), 0600), 0);
-  for (const auto& [path, mode] : {std::pair{kept, 0444}, {dir_, 0777}, {fifo, 0666}}) ASSERT_EQ(chmod(path.c_str(), mode), 0);
+  for (const auto& [path, mode] : {std::pair{kept, 0444}, {dir_.path(), 0777}, {fifo, 0666}}) ASSERT_EQ(chmod(path.c_str(), mode), 0);
   const int reader = open(fifo.c_str(), O_RDONLY | O_NONBLOCK);
   ASSERT_GE(reader, 0);
   const auto listing = [this] {  // the pipe's time changes as it is written
     std::map<std::string, std::pair<std::vector<uint8_t>, std::filesystem::file_time_type>> files;
-    for (const auto& e : std::filesystem::recursive_directory_iterator(dir_))
+    for (const auto& e : std::filesystem::recursive_directory_iterator(dir_.path()))
       if (!e.is_fifo()) files[e.path()] = {e.is_directory() ? std::vector<uint8_t>{} : ReadFile(e.path()), e.last_write_time()};
     return files;
   };

@@ -24,6 +24,7 @@
 #include "field/field_rows.h"
 #include "field/row_kernels.h"
 #include "file/tiff_rows.h"
+#include "support/convert_reach.h"
 
 namespace qvi::test {
 namespace {
@@ -133,11 +134,6 @@ const Route kRoutes[] = {
 #undef QVI_COPY
 #undef QVI_BAYER
 
-// Bytes a source line of w pixels spans: whole pairs for the packed formats.
-uint32_t SourceLineBytes(Fmt f, uint32_t w) {
-  return f == Fmt::Y12P ? 3 * ((w + 1) / 2) : f == Fmt::YUV422 ? 4 * ((w + 1) / 2) : w * BytesPerPixel(f);
-}
-
 TEST(Differential, EveryConversionRouteMatchesThePortableLoop) {
   std::mt19937 rng(11);
   uint32_t i = 0;
@@ -145,7 +141,7 @@ TEST(Differential, EveryConversionRouteMatchesThePortableLoop) {
     for (uint32_t w : {1, 2, 15, 16, 17, 31, 32, 33, 47, 50, 63, 64, 65, 96, 97, 129, 130}) {
       for (uint32_t h : {1, 3}) {
         const Geometry g(i++);
-        const uint32_t src_stride = SourceLineBytes(route.source, w) + g.src_extra;
+        const uint32_t src_stride = LineReadBytes(route.source, w) + g.src_extra;
         const uint32_t dst_stride = w * BytesPerPixel(route.destination) + g.dst_extra;
         auto src = g.Source(uint64_t{src_stride} * h, 0, rng);
         const View source{src.data() + g.src_offset, src_stride, w, h, 0};

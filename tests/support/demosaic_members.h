@@ -20,6 +20,7 @@ struct DemosaicMember {
   bayer::Packing packing;
   bayer::Method method;
   bayer::Phase phase;
+  bayer::Deviations deviations;
   Status (*call)(BufferHandle source, BufferHandle destination, uint32_t bits);  // bits ignored for BAY8
 
   bool deep() const { return depth == bayer::Depth::BAYn; }
@@ -37,10 +38,8 @@ struct DemosaicMember {
   // rounded down to even.
   uint32_t source_pitch(uint32_t stride) const { return deep() ? stride & ~1u : stride; }
   uint32_t destination_pitch(uint32_t stride) const { return pixel_bytes() == 2 ? stride & ~1u : stride; }
-  // The RGB16 phase-C median members read the row below one sample ahead.
-  bool below_row_ahead() const {
-    return method == bayer::Method::med && packing == bayer::Packing::RGB16 && phase == bayer::Phase::C;
-  }
+  // The members that read the row below one sample ahead.
+  bool below_row_ahead() const { return (deviations & bayer::kBelowRowOneAhead) != 0; }
   // The documented over-read past the last source row.
   uint32_t over_read_samples(uint32_t width, uint32_t height) const {
     return DemosaicOverReadSamples(method != bayer::Method::dup, below_row_ahead(), width, height);
@@ -51,12 +50,13 @@ struct DemosaicMember {
 inline const std::vector<DemosaicMember>& DemosaicMembers() {
   using namespace bayer;
   static const std::vector<DemosaicMember> members = {
-#define QVI_MEMBER(depth, packing, method, phase, deviations) QVI_ENTRY_##depth(packing, method, phase)
-#define QVI_ENTRY_BAY8(P, M, F)                                                      \
-  {"QVI_BAY8_to_" #P "_" #M "_" #F, Depth::BAY8, Packing::P, Method::M, Phase::F, \
+#define QVI_MEMBER(depth, packing, method, phase, deviations) QVI_ENTRY_##depth(packing, method, phase, deviations)
+#define QVI_ENTRY_BAY8(P, M, F, X)                                                      \
+  {"QVI_BAY8_to_" #P "_" #M "_" #F, Depth::BAY8, Packing::P, Method::M, Phase::F, X, \
    [](BufferHandle s, BufferHandle d, uint32_t) { return QVI_BAY8_to_##P##_##M##_##F(s, d); }},
-#define QVI_ENTRY_BAYn(P, M, F) \
-  {"QVI_BAYn_to_" #P "_" #M "_" #F, Depth::BAYn, Packing::P, Method::M, Phase::F, &QVI_BAYn_to_##P##_##M##_##F},
+#define QVI_ENTRY_BAYn(P, M, F, X)                                                         \
+  {"QVI_BAYn_to_" #P "_" #M "_" #F, Depth::BAYn, Packing::P, Method::M, Phase::F, X, \
+   &QVI_BAYn_to_##P##_##M##_##F},
 #include "bayer/members.def"
 #undef QVI_ENTRY_BAYn
 #undef QVI_ENTRY_BAY8
