@@ -63,11 +63,8 @@ struct AveMedRow {
   template <uint32_t kColumnParity>
   static void Interior(const uint8_t* above, const uint8_t* here, const uint8_t* below, uint8_t* out, uint32_t x,
                        const A& a) {
-    if constexpr (Row::SiteAt(kColumnParity)) {
-      InteriorSite(above, here, below, out, x, a);
-    } else {
-      InteriorGreen(above, here, below, out, x, a);
-    }
+    Row::SiteAt(kColumnParity) ? InteriorSite(above, here, below, out, x, a)
+                               : InteriorGreen(above, here, below, out, x, a);
   }
   // Pairs of columns (1 + 2k, 2 + 2k) for k from `first` below `count`.
   static void InteriorPairs(const uint8_t* above, const uint8_t* here, const uint8_t* below, uint8_t* out,
@@ -89,11 +86,7 @@ struct AveMedRow {
   }
   template <uint32_t kColumnParity>
   static void Edge(const uint8_t* here, const uint8_t* vertical, uint8_t* out, uint32_t x, const A& a) {
-    if constexpr (Row::SiteAt(kColumnParity)) {
-      EdgeSite(here, vertical, out, x, a);
-    } else {
-      EdgeGreen(here, vertical, out, x, a);
-    }
+    Row::SiteAt(kColumnParity) ? EdgeSite(here, vertical, out, x, a) : EdgeGreen(here, vertical, out, x, a);
   }
   static void EdgePairs(const uint8_t* here, const uint8_t* vertical, uint8_t* out, uint32_t first, uint32_t count,
                         const A& a) {

@@ -41,11 +41,7 @@ struct DupRow {
   }
   template <uint32_t kColumnParity>
   static void Pixel(const uint8_t* here, const uint8_t* other, uint8_t* out, uint32_t x, const A& a) {
-    if constexpr (Row::SiteAt(kColumnParity)) {
-      Site(here, other, out, x, a);
-    } else {
-      Green(here, other, out, x, a);
-    }
+    Row::SiteAt(kColumnParity) ? Site(here, other, out, x, a) : Green(here, other, out, x, a);
   }
 
   // Column 0: the block reaches right.  kGreenFromRight: a red or blue site

@@ -21,6 +21,7 @@
 #include "buffer/isa_namespace.h"
 
 #include <cstdint>
+#include <type_traits>
 
 #include "bayer/member.h"
 #include "bayer/pack.h"
@@ -104,12 +105,13 @@ struct PairBlocks {
   template <class M, class Row, class L>
   static uint32_t MeanBlocks(const SourceRows& rows, uint8_t* out, uint32_t count, const Arith<M::kDepth>& a) {
     const uint8_t *above = rows.above, *here = rows.here, *below = rows.below;
-    return Blocks<M, Row, L>(count, a, out, [above, here, below](const L& l, uint32_t x) __attribute__((always_inline)) {
+    const auto rules = [above, here, below](const L& l, uint32_t x) __attribute__((always_inline)) {
       if constexpr (T::kBelowPrefetchBytes > 0) {
         T::Prefetch(below + Sample<M::kDepth>::kBytes * uint64_t{x} + T::kBelowPrefetchBytes);
       }
       return PairRules<M, Row, L>::Mean(l, above, here, below, x);
-    });
+    };
+    return Blocks<M, Row, L>(count, a, out, rules);
   }
 
   // Whole blocks of pairs from pair 0 while they last; returns the pairs
@@ -142,6 +144,63 @@ struct PairBlocks {
       }
     }
     return k;
+  }
+};
+
+// The target of a 128-bit set: a block is sixteen pixels, 16 lanes of
+// 8-bit samples or 8 of 16-bit ones; whole blocks only, nothing asked for
+// ahead.  Its stores come from the set's primitives O: for 8-bit lanes
+// (O::Bytes) and 16-bit ones (O::Words), Word565(hi, g, lo) and StoreWords
+// for the 5:6:5 words, LowBytes and Widen between the two, Store24 and
+// Store32KeepingX of three channel planes in byte order.
+template <class ByteLanes, template <bool kWrapping> class WordLanes, class O>
+struct Target128 {
+  template <Depth D>
+  using LanesOf = std::conditional_t<D == Depth::BAY8, ByteLanes, WordLanes<false>>;
+  using WrappingLanes = WordLanes<true>;
+  static constexpr uint32_t kVectorBytes = 16;
+  static constexpr bool kLastBlockOverlaps = false;
+  static constexpr uint32_t kBelowPrefetchBytes = 0;
+  static void Prefetch(const uint8_t*) {}
+
+  // Packer<P>::Store for sixteen pixels.
+  template <Packing P, class L, int kHalves>
+  static void Put(uint8_t* out, const Block<L, kHalves>& v) {
+    if constexpr (kHalves == 2) {
+      PutWords<P>(out, v.r, v.g, v.b);
+    } else {
+      PutBytes<P>(out, v.r[0], v.g[0], v.b[0]);
+    }
+  }
+
+ private:
+  using B = typename O::Bytes;
+  using W = typename O::Words;
+
+  template <Packing P>
+  static void PutWords(uint8_t* out, const W* r, const W* g, const W* b) {
+    if constexpr (P == Packing::RGB16 || P == Packing::BGR16) {
+      for (int i = 0; i < 2; ++i) {
+        O::StoreWords(out + 16 * i, P == Packing::RGB16 ? O::Word565(r[i], g[i], b[i]) : O::Word565(b[i], g[i], r[i]));
+      }
+    } else {
+      PutBytes<P>(out, O::LowBytes(r[0], r[1]), O::LowBytes(g[0], g[1]), O::LowBytes(b[0], b[1]));
+    }
+  }
+  template <Packing P>
+  static void PutBytes(uint8_t* out, B r, B g, B b) {
+    if constexpr (P == Packing::RGB16 || P == Packing::BGR16) {
+      W rw[2], gw[2], bw[2];
+      O::Widen(r, rw), O::Widen(g, gw), O::Widen(b, bw);
+      PutWords<P>(out, rw, gw, bw);
+    } else if constexpr (P == Packing::BGR24) {
+      O::Store24(out, b, g, r);
+    } else if constexpr (P == Packing::BGRX32) {
+      O::Store32KeepingX(out, b, g, r);
+    } else {
+      static_assert(P == Packing::RGBX32);
+      O::Store32KeepingX(out, r, g, b);
+    }
   }
 };
 

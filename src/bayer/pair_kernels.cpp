@@ -3,13 +3,7 @@
 namespace qvi::bayer {
 namespace {
 
-constexpr IsaTables<PairKernelTable> kTables = [] {
-  IsaTables<PairKernelTable> tables{};
-#define QVI_TABLE(name, arch, flags, has) QVI_ON_##arch(tables[static_cast<size_t>(Isa::name)] = &name::kPairKernels;)
-  QVI_INSTRUCTION_SETS(QVI_TABLE)
-#undef QVI_TABLE
-  return tables;
-}();
+constexpr IsaTables<PairKernelTable> kTables = QVI_TABLES_PER_SET(PairKernelTable, kPairKernels);
 
 }  // namespace
 

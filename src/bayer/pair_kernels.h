@@ -44,7 +44,8 @@ struct MemberKey {
   Phase phase;
 };
 inline constexpr MemberKey kMemberKeys[] = {
-#define QVI_MEMBER(depth, packing, method, phase, deviations) {Depth::depth, Packing::packing, Method::method, Phase::phase},
+#define QVI_MEMBER(depth, packing, method, phase, deviations) \
+  {Depth::depth, Packing::packing, Method::method, Phase::phase},
 #include "bayer/members.def"
 #undef QVI_MEMBER
 };
@@ -72,10 +73,7 @@ constexpr IsaSet KernelSetsOf(Packing p) {
 using PairKernelTable = std::array<MemberKernels, kMemberCount>;
 
 // Each set's table, defined in its rows_<set>.cpp.
-#define QVI_DECLARE_TABLE(name, arch, flags, has) \
-  QVI_ON_##arch(namespace name { extern const PairKernelTable kPairKernels; })
-QVI_INSTRUCTION_SETS(QVI_DECLARE_TABLE)
-#undef QVI_DECLARE_TABLE
+QVI_DECLARE_PER_SET(PairKernelTable, kPairKernels)
 
 // The kernels of member `member` in the best set of its sets up to `isa`
 // (null: the portable loop alone).

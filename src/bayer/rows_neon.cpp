@@ -84,83 +84,36 @@ struct WordLanesT {
   static int16x8_t RightBy(int count) { return vdupq_n_s16(static_cast<int16_t>(-count)); }
   int16x8_t copy_, mean2_, mean4_;
 };
-// Sixteen pixels' channel values: 8-bit lanes, or 16-bit lanes in two halves.
-struct Bytes16 {
-  uint8x16_t r, g, b;
-};
-struct Words16 {
-  uint16x8_t r[2], g[2], b[2];
-};
-
-// The low 8 bits of each 16-bit value, sixteen of them in one vector.
-uint8x16_t LowBytes(uint16x8_t lo, uint16x8_t hi) { return vcombine_u8(vmovn_u16(lo), vmovn_u16(hi)); }
-Bytes16 ToBytes(const Words16& v) {
-  return {LowBytes(v.r[0], v.r[1]), LowBytes(v.g[0], v.g[1]), LowBytes(v.b[0], v.b[1])};
-}
-Words16 ToWords(const Bytes16& v) {
-  return {{vmovl_u8(vget_low_u8(v.r)), vmovl_u8(vget_high_u8(v.r))},
-          {vmovl_u8(vget_low_u8(v.g)), vmovl_u8(vget_high_u8(v.g))},
-          {vmovl_u8(vget_low_u8(v.b)), vmovl_u8(vget_high_u8(v.b))}};
-}
-
-// 5:6:5 words: (hi << 8) & 0xF800 | (g << 3) & 0x07E0 | lo >> 3, lo unmasked.
-uint16x8_t Word565(uint16x8_t hi, uint16x8_t g, uint16x8_t lo) {
-  return vorrq_u16(vorrq_u16(vandq_u16(vshlq_n_u16(hi, 8), vdupq_n_u16(0xF800)),
-                             vandq_u16(vshlq_n_u16(g, 3), vdupq_n_u16(0x07E0))),
-                   vshrq_n_u16(lo, 3));
-}
-
-// Packer<P>::Store for sixteen pixels.
-template <Packing P>
-void Put(uint8_t* out, const Bytes16& v);
-template <Packing P>
-void Put(uint8_t* out, const Words16& v) {
-  if constexpr (P == Packing::RGB16 || P == Packing::BGR16) {
-    for (int i = 0; i < 2; ++i) {
-      const uint16x8_t w = P == Packing::RGB16 ? Word565(v.r[i], v.g[i], v.b[i]) : Word565(v.b[i], v.g[i], v.r[i]);
-      vst1q_u8(out + 16 * i, vreinterpretq_u8_u16(w));
-    }
-  } else {
-    Put<P>(out, ToBytes(v));
+// The stores of Target128.
+struct Ops {
+  using Bytes = uint8x16_t;
+  using Words = uint16x8_t;
+  // 5:6:5 words: (hi << 8) & 0xF800 | (g << 3) & 0x07E0 | lo >> 3, lo unmasked.
+  static uint16x8_t Word565(uint16x8_t hi, uint16x8_t g, uint16x8_t lo) {
+    return vorrq_u16(vorrq_u16(vandq_u16(vshlq_n_u16(hi, 8), vdupq_n_u16(0xF800)),
+                               vandq_u16(vshlq_n_u16(g, 3), vdupq_n_u16(0x07E0))),
+                     vshrq_n_u16(lo, 3));
   }
-}
-template <Packing P>
-void Put(uint8_t* out, const Bytes16& v) {
-  if constexpr (P == Packing::RGB16 || P == Packing::BGR16) {
-    Put<P>(out, ToWords(v));
-  } else if constexpr (P == Packing::BGR24) {
-    vst3q_u8(out, uint8x16x3_t{{v.b, v.g, v.r}});
-  } else {
-    static_assert(P == Packing::BGRX32 || P == Packing::RGBX32);
-    uint8x16x4_t q = vld4q_u8(out);  // the X bytes (fourth of each pixel) go back as they were
-    q.val[0] = P == Packing::BGRX32 ? v.b : v.r;
-    q.val[1] = v.g;
-    q.val[2] = P == Packing::BGRX32 ? v.r : v.b;
+  static void StoreWords(uint8_t* out, uint16x8_t words) { vst1q_u8(out, vreinterpretq_u8_u16(words)); }
+  // The low 8 bits of each 16-bit value, sixteen of them in one vector.
+  static uint8x16_t LowBytes(uint16x8_t lo, uint16x8_t hi) { return vcombine_u8(vmovn_u16(lo), vmovn_u16(hi)); }
+  static void Widen(uint8x16_t v, uint16x8_t* words) {
+    words[0] = vmovl_u8(vget_low_u8(v));
+    words[1] = vmovl_u8(vget_high_u8(v));
+  }
+  static void Store24(uint8_t* out, uint8x16_t c0, uint8x16_t c1, uint8x16_t c2) {
+    vst3q_u8(out, uint8x16x3_t{{c0, c1, c2}});
+  }
+  // The X bytes (fourth of each pixel) go back as they were.
+  static void Store32KeepingX(uint8_t* out, uint8x16_t c0, uint8x16_t c1, uint8x16_t c2) {
+    uint8x16x4_t q = vld4q_u8(out);
+    q.val[0] = c0, q.val[1] = c1, q.val[2] = c2;
     vst4q_u8(out, q);
-  }
-}
-
-struct Target {
-  template <Depth D>
-  using LanesOf = std::conditional_t<D == Depth::BAY8, ByteLanes, WordLanesT<false>>;
-  using WrappingLanes = WordLanesT<true>;
-  static constexpr uint32_t kVectorBytes = 16;
-  static constexpr bool kLastBlockOverlaps = false;
-  static constexpr uint32_t kBelowPrefetchBytes = 0;
-  static void Prefetch(const uint8_t*) {}
-
-  template <Packing P, class L, int kHalves>
-  static void Put(uint8_t* out, const Block<L, kHalves>& v) {
-    if constexpr (kHalves == 1) {
-      QVI_ISA::Put<P>(out, Bytes16{v.r[0], v.g[0], v.b[0]});
-    } else {
-      QVI_ISA::Put<P>(out, Words16{{v.r[0], v.r[1]}, {v.g[0], v.g[1]}, {v.b[0], v.b[1]}});
-    }
   }
 };
 
 }  // namespace
 
-const PairKernelTable kPairKernels = MakePairKernels<Isa::QVI_ISA, PairBlocks<Target>>();
+const PairKernelTable kPairKernels = MakePairKernels<Isa::QVI_ISA, PairBlocks<Target128<ByteLanes, WordLanesT, Ops>>>();
 
 }  // namespace qvi::bayer::QVI_ISA

@@ -100,78 +100,36 @@ struct WordLanesT {
  private:
   __m128i copy_, mean2_, mean4_;
 };
-// The low 8 bits of each 16-bit value, sixteen of them in one vector.
-__m128i LowBytes(__m128i lo, __m128i hi) {
-  const __m128i mask = _mm_set1_epi16(0x00FF);
-  return _mm_packus_epi16(_mm_and_si128(lo, mask), _mm_and_si128(hi, mask));
-}
-
-// 5:6:5 words: (hi << 8) & 0xF800 | (g << 3) & 0x07E0 | lo >> 3, lo unmasked.
-__m128i Word565(__m128i hi, __m128i g, __m128i lo) {
-  return _mm_or_si128(_mm_or_si128(_mm_and_si128(_mm_slli_epi16(hi, 8), _mm_set1_epi16(static_cast<short>(0xF800))),
-                                   _mm_and_si128(_mm_slli_epi16(g, 3), _mm_set1_epi16(0x07E0))),
-                      _mm_srli_epi16(lo, 3));
-}
-
-// Sixteen pixels' channel values: 8-bit lanes, or 16-bit lanes in two halves.
-struct Bytes16 {
-  __m128i r, g, b;
-};
-struct Words16 {
-  __m128i r[2], g[2], b[2];
-};
-
-// Packer<P>::Store for sixteen pixels.
-template <Packing P>
-void Put(uint8_t* out, const Bytes16& v);
-template <Packing P>
-void Put(uint8_t* out, const Words16& v) {
-  if constexpr (P == Packing::RGB16 || P == Packing::BGR16) {
-    for (int i = 0; i < 2; ++i) {
-      StoreU(out + 16 * i, P == Packing::RGB16 ? Word565(v.r[i], v.g[i], v.b[i]) : Word565(v.b[i], v.g[i], v.r[i]));
-    }
-  } else {
-    Put<P>(out, Bytes16{LowBytes(v.r[0], v.r[1]), LowBytes(v.g[0], v.g[1]), LowBytes(v.b[0], v.b[1])});
+// The stores of Target128.
+struct Ops {
+  using Bytes = __m128i;
+  using Words = __m128i;
+  // 5:6:5 words: (hi << 8) & 0xF800 | (g << 3) & 0x07E0 | lo >> 3, lo unmasked.
+  static __m128i Word565(__m128i hi, __m128i g, __m128i lo) {
+    return _mm_or_si128(_mm_or_si128(_mm_and_si128(_mm_slli_epi16(hi, 8), _mm_set1_epi16(static_cast<short>(0xF800))),
+                                     _mm_and_si128(_mm_slli_epi16(g, 3), _mm_set1_epi16(0x07E0))),
+                        _mm_srli_epi16(lo, 3));
   }
-}
-template <Packing P>
-void Put(uint8_t* out, const Bytes16& v) {
-  if constexpr (P == Packing::RGB16 || P == Packing::BGR16) {
-    const __m128i z = _mm_setzero_si128();
-    Put<P>(out, Words16{{_mm_unpacklo_epi8(v.r, z), _mm_unpackhi_epi8(v.r, z)},
-                        {_mm_unpacklo_epi8(v.g, z), _mm_unpackhi_epi8(v.g, z)},
-                        {_mm_unpacklo_epi8(v.b, z), _mm_unpackhi_epi8(v.b, z)}});
-  } else if constexpr (P == Packing::BGR24) {
-    v128::Store24(out, v128::Interleave(v.b, v.g, v.r));
-  } else if constexpr (P == Packing::BGRX32) {
-    v128::Store32KeepingX<0>(out, v128::Interleave(v.b, v.g, v.r));
-  } else {
-    static_assert(P == Packing::RGBX32);
-    v128::Store32KeepingX<0>(out, v128::Interleave(v.r, v.g, v.b));
+  static void StoreWords(uint8_t* out, __m128i words) { StoreU(out, words); }
+  // The low 8 bits of each 16-bit value, sixteen of them in one vector.
+  static __m128i LowBytes(__m128i lo, __m128i hi) {
+    const __m128i mask = _mm_set1_epi16(0x00FF);
+    return _mm_packus_epi16(_mm_and_si128(lo, mask), _mm_and_si128(hi, mask));
   }
-}
-
-struct Target {
-  template <Depth D>
-  using LanesOf = std::conditional_t<D == Depth::BAY8, ByteLanes, WordLanesT<false>>;
-  using WrappingLanes = WordLanesT<true>;
-  static constexpr uint32_t kVectorBytes = 16;
-  static constexpr bool kLastBlockOverlaps = false;
-  static constexpr uint32_t kBelowPrefetchBytes = 0;
-  static void Prefetch(const uint8_t*) {}
-
-  template <Packing P, class L, int kHalves>
-  static void Put(uint8_t* out, const Block<L, kHalves>& v) {
-    if constexpr (kHalves == 1) {
-      QVI_ISA::Put<P>(out, Bytes16{v.r[0], v.g[0], v.b[0]});
-    } else {
-      QVI_ISA::Put<P>(out, Words16{{v.r[0], v.r[1]}, {v.g[0], v.g[1]}, {v.b[0], v.b[1]}});
-    }
+  static void Widen(__m128i v, __m128i* words) {
+    words[0] = _mm_unpacklo_epi8(v, _mm_setzero_si128());
+    words[1] = _mm_unpackhi_epi8(v, _mm_setzero_si128());
+  }
+  static void Store24(uint8_t* out, __m128i c0, __m128i c1, __m128i c2) {
+    v128::Store24(out, v128::Interleave(c0, c1, c2));
+  }
+  static void Store32KeepingX(uint8_t* out, __m128i c0, __m128i c1, __m128i c2) {
+    v128::Store32KeepingX<0>(out, v128::Interleave(c0, c1, c2));
   }
 };
 
 }  // namespace
 
-const PairKernelTable kPairKernels = MakePairKernels<Isa::QVI_ISA, PairBlocks<Target>>();
+const PairKernelTable kPairKernels = MakePairKernels<Isa::QVI_ISA, PairBlocks<Target128<ByteLanes, WordLanesT, Ops>>>();
 
 }  // namespace qvi::bayer::QVI_ISA

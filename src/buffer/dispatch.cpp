@@ -15,7 +15,7 @@ struct Probe {
     __builtin_cpu_init();
 #endif
     runs[0] = true;
-#define QVI_ASK(name, arch, flags, has) QVI_ON_##arch(runs[static_cast<size_t>(Isa::name)] = (has);)
+#define QVI_ASK(name, arch, flags, has, ...) QVI_ON_##arch(runs[static_cast<size_t>(Isa::name)] = (has);)
     QVI_INSTRUCTION_SETS(QVI_ASK)
 #undef QVI_ASK
 #if !defined(QVI_PORTABLE_ONLY)
@@ -36,7 +36,7 @@ const Probe& TheProbe() {
 const char* NameOf(Isa isa) {
   static constexpr const char* kNames[] = {
       "portable",
-#define QVI_NAME(name, arch, flags, has) #name,
+#define QVI_NAME(name, arch, flags, has, ...) #name,
       QVI_INSTRUCTION_SETS(QVI_NAME)
 #undef QVI_NAME
   };

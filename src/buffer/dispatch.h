@@ -29,13 +29,13 @@ namespace qvi {
 // Every set of the list, of whatever architecture, after the portable code.
 enum class Isa : uint8_t {
   portable,
-#define QVI_ENUMERATE(name, arch, flags, has) name,
+#define QVI_ENUMERATE(name, arch, flags, has, ...) name,
   QVI_INSTRUCTION_SETS(QVI_ENUMERATE)
 #undef QVI_ENUMERATE
 };
 
 inline constexpr size_t kIsaCount = 1
-#define QVI_COUNT(name, arch, flags, has) +1
+#define QVI_COUNT(name, arch, flags, has, ...) +1
     QVI_INSTRUCTION_SETS(QVI_COUNT)
 #undef QVI_COUNT
     ;
@@ -43,7 +43,7 @@ inline constexpr size_t kIsaCount = 1
 // The portable code, then the sets this build compiles, in rising order.
 inline constexpr Isa kIsas[] = {
     Isa::portable,
-#define QVI_BUILT(name, arch, flags, has) QVI_ON_##arch(Isa::name, )
+#define QVI_BUILT(name, arch, flags, has, ...) QVI_ON_##arch(Isa::name, )
     QVI_INSTRUCTION_SETS(QVI_BUILT)
 #undef QVI_BUILT
 };
@@ -87,5 +87,22 @@ constexpr Isa Best(IsaSet covered, Isa ceiling) {
 // sets of other architectures.
 template <class Table>
 using IsaTables = std::array<const Table*, kIsaCount>;
+
+// Declares `<set>::object`, of type Table, for each set of this build's
+// architecture: a family's kernels of that set, defined in its
+// rows_<set>.cpp.
+#define QVI_DECLARE_PER_SET(Table, object) QVI_INSTRUCTION_SETS(QVI_DECLARE_IN_SET, Table, object)
+#define QVI_DECLARE_IN_SET(name, arch, flags, has, Table, object) \
+  QVI_ON_##arch(namespace name { extern const Table object; })
+
+// The IsaTables of the objects QVI_DECLARE_PER_SET declared.
+#define QVI_TABLES_PER_SET(Table, object)                \
+  [] {                                                   \
+    ::qvi::IsaTables<Table> tables{};                    \
+    QVI_INSTRUCTION_SETS(QVI_TABLE_OF_SET, object)       \
+    return tables;                                       \
+  }()
+#define QVI_TABLE_OF_SET(name, arch, flags, has, object) \
+  QVI_ON_##arch(tables[static_cast<size_t>(::qvi::Isa::name)] = &name::object;)
 
 }  // namespace qvi

@@ -22,6 +22,16 @@ uint32_t Ask32(BufferHandle buffer, BufferParameter id, Status* query_status = n
   return value;
 }
 
+// Strides, heights and widths, `a`'s before `b`'s each time.
+void AskGeometry(BufferHandle a, BufferHandle b, View* va, View* vb) {
+  va->stride = Ask32(a, BUF_PARAM_STRIDE);
+  vb->stride = Ask32(b, BUF_PARAM_STRIDE);
+  va->height = Ask32(a, BUF_PARAM_HEIGHT);
+  vb->height = Ask32(b, BUF_PARAM_HEIGHT);
+  va->width = Ask32(a, BUF_PARAM_WIDTH);
+  vb->width = Ask32(b, BUF_PARAM_WIDTH);
+}
+
 }  // namespace
 
 Status AskForConversion(BufferHandle source, BufferHandle destination, ConversionBuffers* buffers) {
@@ -32,12 +42,7 @@ Status AskForConversion(BufferHandle source, BufferHandle destination, Conversio
   if ((s.format = Ask32(source, BUF_PARAM_FORMAT)) == 0) return STATUS_BAD_BUFFER;
   if ((s.address = Address(source)) == nullptr) return STATUS_BAD_BUFFER;
   if ((d.address = Address(destination)) == nullptr) return STATUS_BAD_BUFFER;
-  s.stride = Ask32(source, BUF_PARAM_STRIDE);
-  d.stride = Ask32(destination, BUF_PARAM_STRIDE);
-  s.height = Ask32(source, BUF_PARAM_HEIGHT);
-  d.height = Ask32(destination, BUF_PARAM_HEIGHT);
-  s.width = Ask32(source, BUF_PARAM_WIDTH);
-  d.width = Ask32(destination, BUF_PARAM_WIDTH);
+  AskGeometry(source, destination, &s, &d);
   b.method = Ask32(source, BUF_PARAM_DEMOSAIC_METHOD);
   b.phase = Ask32(source, BUF_PARAM_BAYER_PHASE);
   *buffers = b;
@@ -75,12 +80,7 @@ Status AskForDeinterlacing(BufferHandle field, BufferHandle frame, FieldFormat f
   d.address = Address(frame);
   if (f.address == nullptr || d.address == nullptr) return STATUS_BAD_BUFFER;
   if (format == FieldFormat::Asked) f.format = Ask32(field, BUF_PARAM_FORMAT);
-  f.stride = Ask32(field, BUF_PARAM_STRIDE);
-  d.stride = Ask32(frame, BUF_PARAM_STRIDE);
-  f.height = Ask32(field, BUF_PARAM_HEIGHT);
-  d.height = Ask32(frame, BUF_PARAM_HEIGHT);
-  f.width = Ask32(field, BUF_PARAM_WIDTH);
-  d.width = Ask32(frame, BUF_PARAM_WIDTH);
+  AskGeometry(field, frame, &f, &d);
   *field_view = f;
   *frame_view = d;
   return STATUS_OK;

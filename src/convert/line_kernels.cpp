@@ -3,13 +3,7 @@
 namespace qvi::convert {
 namespace {
 
-constexpr IsaTables<LineKernels> kTables = [] {
-  IsaTables<LineKernels> tables{};
-#define QVI_TABLE(name, arch, flags, has) QVI_ON_##arch(tables[static_cast<size_t>(Isa::name)] = &name::kLineKernels;)
-  QVI_INSTRUCTION_SETS(QVI_TABLE)
-#undef QVI_TABLE
-  return tables;
-}();
+constexpr IsaTables<LineKernels> kTables = QVI_TABLES_PER_SET(LineKernels, kLineKernels);
 
 }  // namespace
 

@@ -73,10 +73,7 @@ struct LineKernel {
 using LineKernels = std::array<LineKernel, kRouteKernels.size()>;
 
 // Each set's table, defined in its rows_<set>.cpp.
-#define QVI_DECLARE_TABLE(name, arch, flags, has) \
-  QVI_ON_##arch(namespace name { extern const LineKernels kLineKernels; })
-QVI_INSTRUCTION_SETS(QVI_DECLARE_TABLE)
-#undef QVI_DECLARE_TABLE
+QVI_DECLARE_PER_SET(LineKernels, kLineKernels)
 
 // The kernel of route `route` in the best set of its sets up to `isa`
 // (empty: the portable loop alone).

@@ -50,8 +50,12 @@ struct PixelLine {
   static uint64_t SrcAdvance(uint32_t w) { return uint64_t{w} * R::kBytes; }
   static uint64_t SrcBytesBefore(uint32_t x) { return uint64_t{x} * R::kBytes; }
   static uint64_t DstAdvance(uint32_t w) { return uint64_t{w} * W::kBytes; }
-  static uint32_t SrcGap(uint32_t stride, uint32_t w) { return buffer::ElementRoundedGap(stride, w * R::kBytes, R::kBytes); }
-  static uint32_t DstGap(uint32_t stride, uint32_t w) { return buffer::ElementRoundedGap(stride, w * W::kBytes, W::kBytes); }
+  static uint32_t SrcGap(uint32_t stride, uint32_t w) {
+    return buffer::ElementRoundedGap(stride, w * R::kBytes, R::kBytes);
+  }
+  static uint32_t DstGap(uint32_t stride, uint32_t w) {
+    return buffer::ElementRoundedGap(stride, w * W::kBytes, W::kBytes);
+  }
   static void Row(const uint8_t* s, uint8_t* d, uint32_t w, const LineKernel& fast) {
     uint32_t done = 0;
     if constexpr (kFast) done = FastPart<PixelLine, W>(fast, s, d, w, w);
@@ -74,7 +78,9 @@ struct PairLine {
   static uint32_t SrcGap(uint32_t stride, uint32_t w) {
     return buffer::ElementRoundedGap(stride, R::LineBytes(w), R::kElementBytes);
   }
-  static uint32_t DstGap(uint32_t stride, uint32_t w) { return buffer::ElementRoundedGap(stride, w * W::kBytes, W::kBytes); }
+  static uint32_t DstGap(uint32_t stride, uint32_t w) {
+    return buffer::ElementRoundedGap(stride, w * W::kBytes, W::kBytes);
+  }
   static void Row(const uint8_t* s, uint8_t* d, uint32_t w, const LineKernel& fast) {
     uint32_t done = 0;  // even
     if constexpr (kFast) done = FastPart<PairLine, W>(fast, s, d, static_cast<uint32_t>(2 * Pairs(w)), w);

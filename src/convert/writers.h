@@ -44,8 +44,7 @@ struct Writer<Fmt::Y32> {
 template <bool kRedHigh, uint32_t kGreen>
 struct Packed16Writer {
   static constexpr bool kRedInHighField = kRedHigh;
-  static constexpr uint32_t kGreenBits = kGreen;
-  static constexpr uint32_t kBytes = 2;
+  static constexpr uint32_t kBytes = 2, kGreenBits = kGreen;
   template <class P>
   static void Put(uint8_t* d, const P& p) {
     const Rgb8 c = p.rgb8();

@@ -19,9 +19,5 @@ static_assert(ShortenedQuadLine(30).row_bytes == 8 + 4 * ((30 - 8) >> 2));
 }  // namespace qvi::field
 
 extern "C" QVI_API Status QVI_FieldToFrame_Bilinear(BufferHandle field, BufferHandle frame, FieldParity parity) {
-  using namespace qvi;
-  using namespace qvi::field;
-  View f, d;
-  if (const Status s = ReadFieldAndFrame(field, frame, buffer::FieldFormat::Asked, &f, &d); s != STATUS_OK) return s;
-  return RunInterpolated<Bilinear>(f, d, parity, ShortenedQuadLine(f.stride));
+  return qvi::field::Interpolate<qvi::field::Bilinear, qvi::field::ShortenedQuadLine>(field, frame, parity);
 }

@@ -31,4 +31,13 @@ Status RunInterpolated(const View& field, const View& frame, FieldParity parity,
   return STATUS_OK;
 }
 
+// An interpolating method from call to result: the checks, then the walk,
+// the 4-byte formats' missing lines laid out by QuadPlan(field stride).
+template <class Op, FramePlan (*QuadPlan)(uint32_t)>
+Status Interpolate(BufferHandle field, BufferHandle frame, FieldParity parity) {
+  View f, d;
+  if (const Status s = ReadFieldAndFrame(field, frame, buffer::FieldFormat::Asked, &f, &d); s != STATUS_OK) return s;
+  return RunInterpolated<Op>(f, d, parity, QuadPlan(f.stride));
+}
+
 }  // namespace qvi::field

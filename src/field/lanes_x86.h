@@ -23,7 +23,8 @@ typename L::V X86BilinearHalf(const Six<L>& v) {
   const typename L::V centre = L::Add16(widen(v.a), widen(v.b));
   const typename L::V sides =
       L::Add16(L::Add16(widen(v.a_left), widen(v.a_right)), L::Add16(widen(v.b_left), widen(v.b_right)));
-  const typename L::V sum = L::Add16(L::MulLo16(centre, kAboveBelowWeight / 3), L::MulLo16(sides, kNeighbourWeight / 3));
+  const typename L::V sum =
+      L::Add16(L::MulLo16(centre, kAboveBelowWeight / 3), L::MulLo16(sides, kNeighbourWeight / 3));
   return L::MulHiU16(sum, 3 << (16 - kWeightShift));
 }
 template <class L>
@@ -40,7 +41,9 @@ struct Lanes128 {
   static V Load(const uint8_t* p) { return _mm_loadu_si128(reinterpret_cast<const __m128i*>(p)); }
   static void Store(uint8_t* p, V v) { _mm_storeu_si128(reinterpret_cast<__m128i*>(p), v); }
   // (x + y) >> 1 of bytes: the rounding-up average less the dropped half.
-  static V Half(V x, V y) { return _mm_sub_epi8(_mm_avg_epu8(x, y), _mm_and_si128(_mm_xor_si128(x, y), _mm_set1_epi8(1))); }
+  static V Half(V x, V y) {
+    return _mm_sub_epi8(_mm_avg_epu8(x, y), _mm_and_si128(_mm_xor_si128(x, y), _mm_set1_epi8(1)));
+  }
   static V Min(V x, V y) { return _mm_min_epu8(x, y); }
   static V Max(V x, V y) { return _mm_max_epu8(x, y); }
   static V Merge422(V chroma, V luma) {

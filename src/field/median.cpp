@@ -36,9 +36,5 @@ extern "C" QVI_API uint32_t QVS_median6(uint32_t a, uint32_t b, uint32_t c, uint
 }
 
 extern "C" QVI_API Status QVI_FieldToFrame_Median(BufferHandle field, BufferHandle frame, FieldParity parity) {
-  using namespace qvi;
-  using namespace qvi::field;
-  View f, d;
-  if (const Status s = ReadFieldAndFrame(field, frame, buffer::FieldFormat::Asked, &f, &d); s != STATUS_OK) return s;
-  return RunInterpolated<Median>(f, d, parity, MedianQuadDrift(f.stride));
+  return qvi::field::Interpolate<qvi::field::Median, qvi::field::MedianQuadDrift>(field, frame, parity);
 }

@@ -3,13 +3,7 @@
 namespace qvi::field {
 namespace {
 
-constexpr IsaTables<FieldKernels> kTables = [] {
-  IsaTables<FieldKernels> tables{};
-#define QVI_TABLE(name, arch, flags, has) QVI_ON_##arch(tables[static_cast<size_t>(Isa::name)] = &name::kFieldKernels;)
-  QVI_INSTRUCTION_SETS(QVI_TABLE)
-#undef QVI_TABLE
-  return tables;
-}();
+constexpr IsaTables<FieldKernels> kTables = QVI_TABLES_PER_SET(FieldKernels, kFieldKernels);
 
 }  // namespace
 

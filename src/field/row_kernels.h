@@ -34,10 +34,7 @@ struct FieldKernels {
 inline constexpr IsaSet kFieldKernelSets{Isa::sse2, Isa::avx2, Isa::neon};
 
 // Each set's kernels, defined in its rows_<set>.cpp.
-#define QVI_DECLARE_TABLE(name, arch, flags, has) \
-  QVI_ON_##arch(namespace name { extern const FieldKernels kFieldKernels; })
-QVI_INSTRUCTION_SETS(QVI_DECLARE_TABLE)
-#undef QVI_DECLARE_TABLE
+QVI_DECLARE_PER_SET(FieldKernels, kFieldKernels)
 
 // The kernels of the best set up to `isa` (null: the portable loops alone).
 const FieldKernels* FieldKernelsOf(Isa isa);

@@ -30,8 +30,9 @@ void WriteZeros(BoundaryWriter& out, uint64_t bytes) {
 template <class Row>
 void WalkStrip(FILE* stream, const View& image, Isa isa) {
   if (image.width == 0 || image.height == 0) return;
-  const convert::LineKernel fast =
-      Row::kFastRoute < convert::kRouteKernels.size() ? convert::LineKernelOf(Row::kFastRoute, isa) : convert::LineKernel{};
+  const convert::LineKernel fast = Row::kFastRoute < convert::kRouteKernels.size()
+                                       ? convert::LineKernelOf(Row::kFastRoute, isa)
+                                       : convert::LineKernel{};
   constexpr uint32_t kPixelBytes = Row::kBytesPerPixel;
   const uint64_t line_bytes = uint64_t{image.width} * kPixelBytes;
   const uint32_t gap = buffer::ElementRoundedGap(image.stride, image.width * kPixelBytes, kPixelBytes);
