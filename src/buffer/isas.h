@@ -15,13 +15,13 @@
 #pragma once
 
 // clang-format off
-#define QVI_INSTRUCTION_SETS(X, ...)                                                              \
-  X(sse2, x86_64, "-msse2", true, __VA_ARGS__)                                                                 \
-  X(avx2, x86_64, "-mavx2", QVI_CPU("avx2"), __VA_ARGS__)                                                      \
-  X(avx512bw, x86_64, "-mavx2 -mavx512bw -mavx512vl",                                             \
-    QVI_CPU("avx2") && QVI_CPU("avx512bw") && QVI_CPU("avx512vl"), __VA_ARGS__)                                \
-  X(avx512vbmi, x86_64, "-mavx2 -mavx512f -mavx512bw -mavx512vl -mavx512vbmi",                    \
-    QVI_CPU("avx2") && QVI_CPU("avx512f") && QVI_CPU("avx512bw") && QVI_CPU("avx512vl") &&        \
-    QVI_CPU("avx512vbmi"), __VA_ARGS__)                                                                        \
+#define QVI_INSTRUCTION_SETS(X, ...)                                                            \
+  X(sse2, x86_64, "-msse2", true, __VA_ARGS__)                                                  \
+  X(avx2, x86_64, "-mavx2", QVI_CPU("avx2"), __VA_ARGS__)                                       \
+  X(avx512bw, x86_64, "-mavx2 -mavx512bw -mavx512vl",                                           \
+    QVI_CPU("avx2") && QVI_CPU("avx512bw") && QVI_CPU("avx512vl"), __VA_ARGS__)                 \
+  X(avx512vbmi, x86_64, "-mavx2 -mavx512f -mavx512bw -mavx512vl -mavx512vbmi",                  \
+    QVI_CPU("avx2") && QVI_CPU("avx512f") && QVI_CPU("avx512bw") && QVI_CPU("avx512vl") &&      \
+    QVI_CPU("avx512vbmi"), __VA_ARGS__)                                                         \
   X(neon, aarch64, "", true, __VA_ARGS__)
 // clang-format on
