@@ -66,9 +66,7 @@ void InterpolatedRow(const uint8_t* a, const uint8_t* b, uint8_t* out, uint32_t 
   } else {
     static_assert(L.even_step == L.odd_step && L.lead == L.even_step && L.tail == L.even_step);
     const uint32_t end = n - L.tail;
-    constexpr size_t kStep = StepIndex(L.even_step);
-    static_assert(kSteps[kStep] == L.even_step);
-    const uint32_t from = fast != nullptr ? fast->interior[kOpIndex<Op>][kStep](a, b, out, L.lead, end) : L.lead;
+    const uint32_t from = fast != nullptr ? fast->interior[kOpIndex<Op>](a, b, out, L.lead, end, L.even_step) : L.lead;
     for (uint32_t i = from; i < end; ++i) {
       out[i] = Op::At(a, b, i, L.even_step);
     }

@@ -58,20 +58,20 @@ struct RowBlocks {
   static constexpr uint32_t kBlock = L::kBytes;
   static constexpr bool kNarrower = !std::is_void_v<typename L::Narrower>;
 
-  template <class Op, uint32_t kStep>
-  static uint32_t Interior(const uint8_t* a, const uint8_t* b, uint8_t* out, uint32_t i, uint32_t end) {
+  template <class Op>
+  static uint32_t Interior(const uint8_t* a, const uint8_t* b, uint8_t* out, uint32_t i, uint32_t end, uint32_t step) {
     const uint32_t start = i;
-    for (; i < end && end - i >= kBlock; i += kBlock) L::Store(out + i, At<L, Op>(Six<L>(a, b, i, kStep)));
+    for (; i < end && end - i >= kBlock; i += kBlock) L::Store(out + i, At<L, Op>(Six<L>(a, b, i, step)));
     if constexpr (L::kLastBlockOverlaps) {
       // LastBlockOverlaps: the last bytes are done as one more whole block
       // ending at `end`, which rewrites some already written bytes with the
       // same values and reads nothing the byte loop would not.
       if (i < end && end - start >= kBlock) {
-        L::Store(out + end - kBlock, At<L, Op>(Six<L>(a, b, end - kBlock, kStep)));
+        L::Store(out + end - kBlock, At<L, Op>(Six<L>(a, b, end - kBlock, step)));
         return end;
       }
     }
-    if constexpr (kNarrower) return RowBlocks<typename L::Narrower>::template Interior<Op, kStep>(a, b, out, i, end);
+    if constexpr (kNarrower) return RowBlocks<typename L::Narrower>::template Interior<Op>(a, b, out, i, end, step);
     return i;
   }
 
@@ -102,11 +102,9 @@ struct RowBlocks {
     return i;
   }
 
-  static constexpr FieldKernels kKernels{
-      &Mean,
-      {{&Interior<Bilinear, kSteps[0]>, &Interior<Bilinear, kSteps[1]>, &Interior<Bilinear, kSteps[2]>},
-       {&Interior<Median, kSteps[0]>, &Interior<Median, kSteps[1]>, &Interior<Median, kSteps[2]>}},
-      {&Interior422<Bilinear>, &Interior422<Median>}};
+  static constexpr FieldKernels kKernels{&Mean,
+                                         {&Interior<Bilinear>, &Interior<Median>},
+                                         {&Interior422<Bilinear>, &Interior422<Median>}};
 };
 
 }  // namespace qvi::field::QVI_ISA

@@ -19,22 +19,15 @@ namespace qvi::field {
 template <class Op>
 inline constexpr size_t kOpIndex = std::is_same_v<Op, Median> ? 1 : 0;
 
-// The distances between a byte and its same-kind neighbours that a row of
-// one step has (grey, 3-byte and 4-byte pixels), and their index.
-inline constexpr uint32_t kSteps[] = {1, 3, 4};
-constexpr size_t StepIndex(uint32_t step) { return step == 1 ? 0 : step == 3 ? 1 : 2; }
-
-using InteriorKernel = uint32_t (*)(const uint8_t* a, const uint8_t* b, uint8_t* out, uint32_t i, uint32_t end);
-
 struct FieldKernels {
   // The byte-wise truncating mean of two lines from byte 0.
   uint32_t (*mean)(const uint8_t* a, const uint8_t* b, uint8_t* out, uint32_t n) = nullptr;
-  // Bytes [i, end) of a row whose bytes all have neighbours kSteps[s] away,
-  // by rule and step: interior[kOpIndex][s].
-  InteriorKernel interior[2][3] = {};
+  // Bytes [i, end) of a row whose bytes all have neighbours `step` away.
+  uint32_t (*interior[2])(const uint8_t* a, const uint8_t* b, uint8_t* out, uint32_t i, uint32_t end,
+                          uint32_t step) = {};
   // 4:2:2 bytes from an even i below end: luma (even bytes) with neighbours
   // 2 away, chroma (odd bytes) 4 away.
-  InteriorKernel interior422[2] = {};
+  uint32_t (*interior422[2])(const uint8_t* a, const uint8_t* b, uint8_t* out, uint32_t i, uint32_t end) = {};
 };
 
 // The sets with kernels of their own.
