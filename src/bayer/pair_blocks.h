@@ -84,11 +84,8 @@ struct PairBlocks {
     const Arith<M::kDepth> a(bits);
     if constexpr (M::kMethod == Method::dup) {
       using L = typename T::template LanesOf<M::kDepth>;
-      // The rows by value: the stores of each block could otherwise be
-      // taken to change them.
-      const uint8_t *here = rows.here, *other = rows.other();
-      return Blocks<M, Row, L>(count, a, out, [here, other](const L& l, uint32_t x) __attribute__((always_inline)) {
-        return PairRules<M, Row, L>::Dup(l, here, other, x);
+      return Blocks<M, Row, L>(count, a, out, [&rows](const L& l, uint32_t x) __attribute__((always_inline)) {
+        return PairRules<M, Row, L>::Dup(l, rows.here, rows.other(), x);
       });
     } else {
       if constexpr (M::kDepth == Depth::BAYn && kByteChannels<M::kPacking>) {
@@ -104,12 +101,11 @@ struct PairBlocks {
 
   template <class M, class Row, class L>
   static uint32_t MeanBlocks(const SourceRows& rows, uint8_t* out, uint32_t count, const Arith<M::kDepth>& a) {
-    const uint8_t *above = rows.above, *here = rows.here, *below = rows.below;
-    const auto rules = [above, here, below](const L& l, uint32_t x) __attribute__((always_inline)) {
+    const auto rules = [&rows](const L& l, uint32_t x) __attribute__((always_inline)) {
       if constexpr (T::kBelowPrefetchBytes > 0) {
-        T::Prefetch(below + Sample<M::kDepth>::kBytes * uint64_t{x} + T::kBelowPrefetchBytes);
+        T::Prefetch(rows.below + Sample<M::kDepth>::kBytes * uint64_t{x} + T::kBelowPrefetchBytes);
       }
-      return PairRules<M, Row, L>::Mean(l, above, here, below, x);
+      return PairRules<M, Row, L>::Mean(l, rows.above, rows.here, rows.below, x);
     };
     return Blocks<M, Row, L>(count, a, out, rules);
   }
