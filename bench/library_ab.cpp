@@ -4,7 +4,7 @@
 // slows all of them alike.  Prints the median time of each job per build and
 // its speed relative to the first build (above 1: faster).
 //
-//   qvi_library_ab OLD/libqvi.so.1 NEW/libqvi.so.1 [--rounds N]
+//   qvi_library_ab OLD/libqvi.so.1 NEW/libqvi.so.1 [--rounds N] [--size WxH]
 //
 // The builds share the libqvb this program is linked against.  Give each
 // build's library by a distinct path (a copy under another name will do).
@@ -25,7 +25,6 @@
 
 namespace {
 
-constexpr uint32_t kWidth = 2448, kHeight = 2048;
 
 struct Image {
   Image(ImageFormat format, uint32_t width, uint32_t height, uint32_t stride, uint8_t mask = 0xFF)
@@ -60,15 +59,22 @@ void* Symbol(void* library, const char* library_path, const char* name) {
 int main(int argc, char** argv) {
   std::vector<const char*> paths;
   int rounds = 41;
+  uint32_t kWidth = 2448, kHeight = 2048;
   for (int i = 1; i < argc; ++i) {
     if (std::strcmp(argv[i], "--rounds") == 0 && i + 1 < argc) {
       rounds = std::max(1, std::atoi(argv[++i]));
+    } else if (std::strcmp(argv[i], "--size") == 0 && i + 1 < argc) {
+      if (std::sscanf(argv[++i], "%ux%u", &kWidth, &kHeight) != 2 || kWidth < 2 || kHeight < 2 || kWidth > 65536 ||
+          kHeight > 65536) {
+        std::fprintf(stderr, "qvi_library_ab: --size wants WxH, each from 2 to 65536, not %s\n", argv[i]);
+        return 2;
+      }
     } else {
       paths.push_back(argv[i]);
     }
   }
   if (paths.empty()) {
-    std::fprintf(stderr, "usage: qvi_library_ab LIBQVI [LIBQVI ...] [--rounds N]\n");
+    std::fprintf(stderr, "usage: qvi_library_ab LIBQVI [LIBQVI ...] [--rounds N] [--size WxH]\n");
     return 2;
   }
   std::vector<void*> builds;
