@@ -15,7 +15,8 @@
 // wrapping word lanes for byte packings (WrappingLanes), kVectorBytes,
 // Put<P> (the Packer<P>::Store of one block of pixels), whether a row's
 // last block overlaps the one before (kLastBlockOverlaps) and how far ahead
-// the mean and median kernels ask for the row below (kBelowPrefetchBytes).
+// the kernels ask for the source row their line brings in
+// (kNewRowPrefetchBytes).
 #pragma once
 
 #include "buffer/isa_namespace.h"
@@ -85,6 +86,7 @@ struct PairBlocks {
     if constexpr (M::kMethod == Method::dup) {
       using L = typename T::template LanesOf<M::kDepth>;
       return Blocks<M, Row, L>(count, a, out, [&rows](const L& l, uint32_t x) __attribute__((always_inline)) {
+        AskAhead<M>(rows.here, x);
         return PairRules<M, Row, L>::Dup(l, rows.here, rows.other(), x);
       });
     } else {
@@ -99,12 +101,20 @@ struct PairBlocks {
  private:
   static constexpr uint32_t kPairsPerBlock = T::kVectorBytes / 2;
 
+  // Asks for `row`, the source row no earlier line has read (dup: the row
+  // itself, whose other row is the one above; mean and median: the row
+  // below), ahead of column x.
+  template <class M>
+  [[gnu::always_inline]] static void AskAhead(const uint8_t* row, uint32_t x) {
+    if constexpr (T::kNewRowPrefetchBytes > 0) {
+      T::Prefetch(row + Sample<M::kDepth>::kBytes * uint64_t{x} + T::kNewRowPrefetchBytes);
+    }
+  }
+
   template <class M, class Row, class L>
   static uint32_t MeanBlocks(const SourceRows& rows, uint8_t* out, uint32_t count, const Arith<M::kDepth>& a) {
     const auto rules = [&rows](const L& l, uint32_t x) __attribute__((always_inline)) {
-      if constexpr (T::kBelowPrefetchBytes > 0) {
-        T::Prefetch(rows.below + Sample<M::kDepth>::kBytes * uint64_t{x} + T::kBelowPrefetchBytes);
-      }
+      AskAhead<M>(rows.below, x);
       return PairRules<M, Row, L>::Mean(l, rows.above, rows.here, rows.below, x);
     };
     return Blocks<M, Row, L>(count, a, out, rules);
@@ -156,7 +166,7 @@ struct Target128 {
   using WrappingLanes = WordLanes<true>;
   static constexpr uint32_t kVectorBytes = 16;
   static constexpr bool kLastBlockOverlaps = false;
-  static constexpr uint32_t kBelowPrefetchBytes = 0;
+  static constexpr uint32_t kNewRowPrefetchBytes = 0;
   static void Prefetch(const uint8_t*) {}
 
   // Packer<P>::Store for sixteen pixels.
