@@ -9,6 +9,7 @@
 // The builds share the libqvb this program is linked against.  Give each
 // build's library by a distinct path (a copy under another name will do).
 #include <dlfcn.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <chrono>
@@ -87,54 +88,91 @@ int main(int argc, char** argv) {
     builds.push_back(library);
   }
 
-  Image bay12(FMT_BAY12, kWidth, kHeight, kWidth * 2, 0x0F), bay8(FMT_BAY8, kWidth, kHeight, kWidth);
-  Image bgr24(FMT_BGR24, kWidth, kHeight, kWidth * 3), bgrx32(FMT_BGRX32, kWidth, kHeight, kWidth * 4);
-  Image grey(FMT_Y8, kWidth, kHeight, kWidth), field(FMT_Y8, kWidth, kHeight / 2, kWidth);
-  Image frame(FMT_Y8, kWidth, kHeight, kWidth);
+  const uint32_t w = kWidth, h = kHeight;
+  Image bay12(FMT_BAY12, w, h, w * 2, 0x0F), bay8(FMT_BAY8, w, h, w), y12(FMT_Y12, w, h, w * 2, 0x0F);
+  Image bgr24(FMT_BGR24, w, h, w * 3), bgrx32(FMT_BGRX32, w, h, w * 4), rgb16(FMT_RGB16, w, h, w * 2);
+  Image grey(FMT_Y8, w, h, w), yuv(FMT_YUV422, w, h, w * 2), field(FMT_Y8, w, h / 2, w), frame(FMT_Y8, w, h, w);
+  // Destinations apart from the sources, so that no job reads what another wrote.
+  Image out24(FMT_BGR24, w, h, w * 3), out32(FMT_BGRX32, w, h, w * 4), out8(FMT_Y8, w, h, w);
 
   using Deep = Status (*)(BufferHandle, BufferHandle, uint32_t);
   using Plain = Status (*)(BufferHandle, BufferHandle);
-  using Field = Status (*)(BufferHandle, BufferHandle, FieldParity);
+  using Field = Status (*)(BufferHandle, BufferHandle, FieldToFrameMethod, FieldParity);
+  using Tiff = Status (*)(BufferHandle, const char*);
+  using Raw = Status (*)(BufferHandle, const char*, uint32_t);
   std::vector<Job> jobs;
-  const auto add = [&](const char* name, const std::function<std::function<void()>(void*, const char*)>& make) {
+  // make(library, its path, its index) gives the call of one build.
+  const auto add = [&](const std::string& name, const auto& make) {
     Job job{name, {}};
-    for (size_t k = 0; k < builds.size(); ++k) job.calls.push_back(make(builds[k], paths[k]));
+    for (size_t k = 0; k < builds.size(); ++k) job.calls.push_back(make(builds[k], paths[k], k));
     jobs.push_back(std::move(job));
   };
-  for (const char* name : {"QVI_BAYn_to_BGR24_dup_A", "QVI_BAYn_to_BGR24_ave_A", "QVI_BAYn_to_BGR24_med_A"})
-    add(name, [&](void* b, const char* p) {
-      const auto f = reinterpret_cast<Deep>(Symbol(b, p, name));
-      return std::function<void()>([f, &bay12, &bgr24] { f(bay12.handle, bgr24.handle, 12); });
-    });
-  add("QVI_BAYn_to_BGRX32_ave_A", [&](void* b, const char* p) {
-    const auto f = reinterpret_cast<Deep>(Symbol(b, p, "QVI_BAYn_to_BGRX32_ave_A"));
-    return std::function<void()>([f, &bay12, &bgrx32] { f(bay12.handle, bgrx32.handle, 12); });
-  });
-  for (const char* name : {"QVI_BAY8_to_BGR24_dup_A", "QVI_BAY8_to_BGR24_ave_A", "QVI_BAY8_to_BGR24_med_A"})
-    add(name, [&](void* b, const char* p) {
+  // The demosaic entry points of the peer table: 8-bit, then 12-bit.
+  for (const auto& entry : {std::pair{"QVI_BAY8_to_BGR24_dup_A", &out24}, {"QVI_BAY8_to_BGR24_ave_A", &out24},
+                            {"QVI_BAY8_to_BGR24_med_A", &out24}, {"QVI_BAY8_to_BGRX32_dup_A", &out32},
+                            {"QVI_BAY8_to_BGRX32_ave_A", &out32}, {"QVI_BAY8_to_BGRX32_med_A", &out32}}) {
+    const char* const name = entry.first;
+    Image* const to = entry.second;
+    add(name, [&, name, to](void* b, const char* p, size_t) {
       const auto f = reinterpret_cast<Plain>(Symbol(b, p, name));
-      return std::function<void()>([f, &bay8, &bgr24] { f(bay8.handle, bgr24.handle); });
+      return std::function<void()>([f, &bay8, to] { f(bay8.handle, to->handle); });
     });
-  add("QVI_BAY8_to_BGRX32_med_A", [&](void* b, const char* p) {
-    const auto f = reinterpret_cast<Plain>(Symbol(b, p, "QVI_BAY8_to_BGRX32_med_A"));
-    return std::function<void()>([f, &bay8, &bgrx32] { f(bay8.handle, bgrx32.handle); });
-  });
-  for (const char* name : {"QVI_FieldToFrame_LineDup", "QVI_FieldToFrame_LineAve", "QVI_FieldToFrame_Bilinear",
-                           "QVI_FieldToFrame_Median"})
-    add(name, [&](void* b, const char* p) {
-      const auto f = reinterpret_cast<Field>(Symbol(b, p, name));
-      return std::function<void()>([f, &field, &frame] { f(field.handle, frame.handle, FIELD_PARITY_EVEN); });
+  }
+  for (const auto& entry : {std::pair{"QVI_BAYn_to_BGR24_ave_A", &out24}, {"QVI_BAYn_to_BGRX32_ave_A", &out32},
+                            {"QVI_BAYn_to_BGR24_dup_A", &out24}, {"QVI_BAYn_to_BGR24_med_A", &out24}}) {
+    const char* const name = entry.first;
+    Image* const to = entry.second;
+    add(name, [&, name, to](void* b, const char* p, size_t) {
+      const auto f = reinterpret_cast<Deep>(Symbol(b, p, name));
+      return std::function<void()>([f, &bay12, to] { f(bay12.handle, to->handle, 12); });
     });
-  add("QVI_Convert Y8 -> BGR24", [&](void* b, const char* p) {
-    const auto f = reinterpret_cast<Plain>(Symbol(b, p, "QVI_Convert"));
-    return std::function<void()>([f, &grey, &bgr24] { f(grey.handle, bgr24.handle); });
-  });
-  add("QVI_Convert BGRX32 -> BGR24", [&](void* b, const char* p) {
-    const auto f = reinterpret_cast<Plain>(Symbol(b, p, "QVI_Convert"));
-    return std::function<void()>([f, &bgrx32, &bgr24] { f(bgrx32.handle, bgr24.handle); });
+  }
+  // The conversions of the peer table.
+  struct Conversion {
+    const char* name;
+    Image* from;
+    Image* to;
+  };
+  for (const Conversion& c : {Conversion{"BGR24 -> BGRX32", &bgr24, &out32}, {"BGRX32 -> BGR24", &bgrx32, &out24},
+                              {"BGR24 -> RGB16", &bgr24, &rgb16}, {"Y8 -> BGR24", &grey, &out24},
+                              {"Y8 -> BGRX32", &grey, &out32}, {"Y12 -> Y8", &y12, &out8},
+                              {"YUV422 -> BGR24", &yuv, &out24}, {"YUV422 -> BGRX32", &yuv, &out32}})
+    add(std::string("QVI_Convert ") + c.name, [&, c](void* b, const char* p, size_t) {
+      const auto f = reinterpret_cast<Plain>(Symbol(b, p, "QVI_Convert"));
+      return std::function<void()>([f, c] { f(c.from->handle, c.to->handle); });
+    });
+  for (const auto& entry : {std::pair{"line doubling", FIELD_TO_FRAME_LINE_DUP},
+                            {"line averaging", FIELD_TO_FRAME_LINE_AVE}, {"bilinear", FIELD_TO_FRAME_BILINEAR},
+                            {"median", FIELD_TO_FRAME_MEDIAN}}) {
+    const char* const name = entry.first;
+    const FieldToFrameMethod method = entry.second;
+    add(std::string("QVI_FieldToFrame ") + name, [&, method](void* b, const char* p, size_t) {
+      const auto f = reinterpret_cast<Field>(Symbol(b, p, "QVI_FieldToFrame"));
+      return std::function<void()>([f, m = method, &field, &frame] {
+        f(field.handle, frame.handle, m, FIELD_PARITY_EVEN);
+      });
+    });
+  }
+  // The files, each build writing its own.
+  const char* tmp = std::getenv("TMPDIR");
+  const std::string scratch = std::string(tmp != nullptr && *tmp != '\0' ? tmp : "/tmp") + "/qvi-library-ab-" +
+                              std::to_string(getpid()) + "-";
+  std::vector<std::string> files;
+  for (size_t k = 0; k < builds.size(); ++k) files.push_back(scratch + std::to_string(k));
+  for (const auto& entry : {std::pair{"QVI_FileWriteTiff Y8", &grey}, {"QVI_FileWriteTiff BGR24", &bgr24}}) {
+    const char* const name = entry.first;
+    Image* const from = entry.second;
+    add(name, [&, from](void* b, const char* p, size_t k) {
+      const auto f = reinterpret_cast<Tiff>(Symbol(b, p, "QVI_FileWriteTiff"));
+      return std::function<void()>([f, from, file = files[k].c_str()] { f(from->handle, file); });
+    });
+  }
+  add("QVI_FileWrite raw BGR24", [&](void* b, const char* p, size_t k) {
+    const auto f = reinterpret_cast<Raw>(Symbol(b, p, "QVI_FileWrite"));
+    return std::function<void()>([f, &bgr24, file = files[k].c_str()] { f(bgr24.handle, file, FILE_KIND_RAW); });
   });
 
-  std::printf("%dx%d, median of %d rounds; ms, and in brackets the speed against the first build\n\n", kWidth,
+  std::printf("%ux%u, median of %d rounds; ms, and in brackets the speed against the first build\n\n", kWidth,
               kHeight, rounds);
   std::printf("| job |");
   for (const char* path : paths) std::printf(" %s |", path);
@@ -159,4 +197,5 @@ int main(int argc, char** argv) {
     }
     std::printf("\n");
   }
+  for (const std::string& file : files) std::remove(file.c_str());
 }
