@@ -16,6 +16,8 @@
 #include <string>
 #include <vector>
 
+#include "support/scratch_dir.h"
+
 extern char** environ;
 
 namespace qvi::test {
@@ -41,18 +43,10 @@ struct QviResult {
   std::string out, err;
 };
 
-class QviDir {
+// A scratch folder (support/scratch_dir.h) to run qvi in.
+class QviDir : public ScratchDir {
  public:
-  QviDir() {
-    if (!::mkdtemp(dir_.data())) throw std::runtime_error("mkdtemp failed");
-  }
-  ~QviDir() {
-    std::error_code ignored;
-    std::filesystem::remove_all(dir_, ignored);
-  }
-  QviDir(const QviDir&) = delete;
-  QviDir& operator=(const QviDir&) = delete;
-  std::string operator/(const std::string& name) const { return dir_ + "/" + name; }
+  QviDir() : ScratchDir("qvi") {}
 
   // Sorted names in the folder `sub` of this one, hidden ones included, qvi's output left out.
   std::vector<std::string> Entries(const std::string& sub = ".") const {
@@ -65,7 +59,7 @@ class QviDir {
 
   // Starts qvi in this folder; the shell splits `args` into words.
   pid_t Start(const std::string& args) const {
-    return StartShell("cd '" + dir_ + "' && exec '" QVI_TOOL "' " + args + " </dev/null >.qvi-out 2>.qvi-err");
+    return StartShell("cd '" + path() + "' && exec '" QVI_TOOL "' " + args + " </dev/null >.qvi-out 2>.qvi-err");
   }
   QviResult Finish(pid_t pid) const {
     QviResult r{WaitFor(pid), {}, {}};
@@ -77,9 +71,6 @@ class QviDir {
     return r;
   }
   QviResult Qvi(const std::string& args) const { return Finish(Start(args)); }
-
- private:
-  std::string dir_ = ::testing::TempDir() + "qvi-XXXXXX";
 };
 
 }  // namespace qvi::test
