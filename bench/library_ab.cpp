@@ -2,9 +2,12 @@
 // from its own file (dlopen, RTLD_LOCAL), and every round calls each build
 // once on the same buffers, so the drift of a shared or virtual machine
 // slows all of them alike.  Prints the median time of each job per build and
-// its speed relative to the first build (above 1: faster).
+// its speed relative to the first build (above 1: faster).  The builds take
+// turns at going first.  --cold writes 64 MiB of other memory before each
+// call, so that the call finds its buffers in no cache, as a frame fresh
+// from a camera is.
 //
-//   qvi_library_ab OLD/libqvi.so.1 NEW/libqvi.so.1 [--rounds N] [--size WxH]
+//   qvi_library_ab OLD/libqvi.so.1 NEW/libqvi.so.1 [--rounds N] [--size WxH] [--cold]
 //
 // The builds share the libqvb this program is linked against.  Give each
 // build's library by a distinct path (a copy under another name will do).
@@ -60,22 +63,25 @@ void* Symbol(void* library, const char* library_path, const char* name) {
 int main(int argc, char** argv) {
   std::vector<const char*> paths;
   int rounds = 41;
-  uint32_t kWidth = 2448, kHeight = 2048;
+  uint32_t width = 2448, height = 2048;
+  bool cold = false;
   for (int i = 1; i < argc; ++i) {
     if (std::strcmp(argv[i], "--rounds") == 0 && i + 1 < argc) {
       rounds = std::max(1, std::atoi(argv[++i]));
     } else if (std::strcmp(argv[i], "--size") == 0 && i + 1 < argc) {
-      if (std::sscanf(argv[++i], "%ux%u", &kWidth, &kHeight) != 2 || kWidth < 2 || kHeight < 2 || kWidth > 65536 ||
-          kHeight > 65536) {
+      if (std::sscanf(argv[++i], "%ux%u", &width, &height) != 2 || width < 2 || height < 2 || width > 65536 ||
+          height > 65536) {
         std::fprintf(stderr, "qvi_library_ab: --size wants WxH, each from 2 to 65536, not %s\n", argv[i]);
         return 2;
       }
+    } else if (std::strcmp(argv[i], "--cold") == 0) {
+      cold = true;
     } else {
       paths.push_back(argv[i]);
     }
   }
   if (paths.empty()) {
-    std::fprintf(stderr, "usage: qvi_library_ab LIBQVI [LIBQVI ...] [--rounds N] [--size WxH]\n");
+    std::fprintf(stderr, "usage: qvi_library_ab LIBQVI [LIBQVI ...] [--rounds N] [--size WxH] [--cold]\n");
     return 2;
   }
   std::vector<void*> builds;
@@ -88,7 +94,7 @@ int main(int argc, char** argv) {
     builds.push_back(library);
   }
 
-  const uint32_t w = kWidth, h = kHeight;
+  const uint32_t w = width, h = height;
   Image bay12(FMT_BAY12, w, h, w * 2, 0x0F), bay8(FMT_BAY8, w, h, w), y12(FMT_Y12, w, h, w * 2, 0x0F);
   Image bgr24(FMT_BGR24, w, h, w * 3), bgrx32(FMT_BGRX32, w, h, w * 4), rgb16(FMT_RGB16, w, h, w * 2);
   Image grey(FMT_Y8, w, h, w), yuv(FMT_YUV422, w, h, w * 2), field(FMT_Y8, w, h / 2, w), frame(FMT_Y8, w, h, w);
@@ -172,17 +178,20 @@ int main(int argc, char** argv) {
     return std::function<void()>([f, &bgr24, file = files[k].c_str()] { f(bgr24.handle, file, FILE_KIND_RAW); });
   });
 
-  std::printf("%ux%u, median of %d rounds; ms, and in brackets the speed against the first build\n\n", kWidth,
-              kHeight, rounds);
+  std::printf("%ux%u%s, median of %d rounds; ms, and in brackets the speed against the first build\n\n", width,
+              height, cold ? " from no cache" : "", rounds);
   std::printf("| job |");
   for (const char* path : paths) std::printf(" %s |", path);
   std::printf("\n|---|");
   for (size_t k = 0; k < paths.size(); ++k) std::printf("---:|");
   std::printf("\n");
+  std::vector<uint8_t> evict(cold ? size_t{64} << 20 : 0);
   for (const Job& job : jobs) {
     std::vector<std::vector<double>> seconds(builds.size());
     for (int r = 0; r < rounds; ++r)
-      for (size_t k = 0; k < builds.size(); ++k) {
+      for (size_t turn = 0; turn < builds.size(); ++turn) {
+        const size_t k = (turn + static_cast<size_t>(r)) % builds.size();
+        if (cold) std::memset(evict.data(), r + static_cast<int>(turn), evict.size());
         const auto t0 = std::chrono::steady_clock::now();
         job.calls[k]();
         seconds[k].push_back(std::chrono::duration<double>(std::chrono::steady_clock::now() - t0).count());
